@@ -1,0 +1,21 @@
+// DatabaseRegistry: the process-wide pointers to every open store, written
+// only by ZanDB4_Initialize and ZanDB4_Finalize and read without a lock by
+// the factory. The registry owns what they point to; managers borrow it.
+//
+// initCount is a plain integer on purpose: the three lifetime functions must
+// not overlap any other call, and a Finalize on a library that is down takes
+// the count below 0, which the next Initialize only brings back to 0.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/file_record_cache.h"
+
+namespace zandb4::DatabaseRegistry {
+
+inline int32_t initCount = 0;
+
+// The live file records by file id; made once per start, reference counted.
+inline FileRecordCache* fileRecordCache = nullptr;
+
+}  // namespace zandb4::DatabaseRegistry

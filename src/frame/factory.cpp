@@ -1,0 +1,75 @@
+// ZanDB4_CreateInstance: managers and blank records by interface identifier.
+//
+// The identifiers are compared in a fixed order. A row whose class is not
+// part of this build answers like an identifier the factory does not know:
+// E_NOINTERFACE with a null out. Each made object starts with one reference
+// for the caller and the registry's store pointers as they stand now.
+#include "frame/factory.h"
+
+#include <new>
+
+#include "frame/database_registry.h"
+#include "zandb4/exports.h"
+#include "zandb4/identifiers.h"
+
+namespace zandb4 {
+namespace {
+
+struct FactoryRow {
+    const IID* iid;
+    // Makes the object with its store pointers; null while the class is not
+    // part of the library.
+    IUnknown* (*make)();
+};
+
+// In the order the factory compares them.
+const FactoryRow kFactoryRows[] = {
+    {&IID_IZanDB4FileDBMgr, nullptr},
+    {&IID_IZanDB4FileDBRecord, nullptr},
+    {&IID_IZanDB4QueryMgr, nullptr},
+    {&IID_IZanDB4AlbumDBRecord, nullptr},
+    {&IID_IZanDB4AlbumDBMgr, nullptr},
+    {&IID_IZanDB4TagDBMgr, nullptr},
+    {&IID_IZanDB4TagDBRecord, nullptr},
+    {&IID_IZanDB4FileMetaDBRecord, nullptr},
+    {&IID_IZanDB4DBUtility, nullptr},
+    {&IID_IZanDB4EditFileCache, nullptr},
+    {&IID_IZanDB4FileLargeMetaData, nullptr},
+    {&IID_IZanDB4FaceDBRecord, nullptr},
+    {&IID_IZanDB4IndividualDBRecord, nullptr},
+    {&IID_IZanDB4IndividualGroupDBRecord, nullptr},
+    {&IID_IZanDB4FaceDBMgr, nullptr},
+    {&IID_IZanDB4FileCache, nullptr},
+    {&IID_IZanDB4ImportDBMgr, nullptr},
+    {&IID_IZanDB4ImportDBRecord, nullptr},
+    {&IID_IZanDB4MainImageCache, nullptr},
+    {&IID_IZanDB4GPSLogDBRecord, nullptr},
+    {&IID_IZanDB4GPSLogFileRecord, nullptr},
+    {&IID_IZanDB4GPSLogDBMgr, nullptr},
+    {&IID_IZanDB4MemoryDataMgr, nullptr},
+    {&IID_IZanDB4AccessLogDBMgr, nullptr},
+    {&IID_IZanDB4AppLogDBMgr, nullptr},
+};
+
+}  // namespace
+
+HRESULT CreateInstance(const IID& iid, void** out) {
+    if (DatabaseRegistry::initCount <= 0) return E_FAIL;
+    for (const FactoryRow& row : kFactoryRows) {
+        if (*row.iid != iid) continue;
+        if (row.make == nullptr) break;
+        try {
+            *out = row.make();
+        } catch (const std::bad_alloc&) {
+            *out = nullptr;
+            return E_OUTOFMEMORY;
+        }
+        return S_OK;
+    }
+    *out = nullptr;
+    return E_NOINTERFACE;
+}
+
+}  // namespace zandb4
+
+extern "C" HRESULT ZanDB4_CreateInstance(const IID* iid, void** out) { return zandb4::CreateInstance(*iid, out); }

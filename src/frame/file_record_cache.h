@@ -1,0 +1,155 @@
+// FileRecordCache: the process-wide map of file id to the one live file
+// record of that id, so that two callers who load the same row share one
+// object and one set of loaded fields.
+//
+// Ownership: every stored record holds one reference of the cache's own. The
+// cache object is itself counted: 1 for the registry, plus one for each user
+// in flight, so that a user who has found the cache keeps it alive across its
+// Unlock while ZanDB4_Finalize runs elsewhere. When the count reaches 0 the
+// cache empties itself, frees itself and clears the registry's pointer.
+//
+// Threading: every operation takes m_lock, the innermost lock of the
+// library. A thread holding a store's lock may take it; a thread holding it
+// takes no store lock it does not already hold.
+//
+// The class is a template over the record type only so that tests can use a
+// small stand-in record; the library uses FileRecordCache.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+
+#include "frame/critical_section.h"
+#include "zandb4/records.h"
+
+namespace zandb4 {
+
+template <class Record>
+class FileRecordCacheOf {
+public:
+    // registrySlot: the registry member that points at this cache; cleared
+    // when the cache destroys itself.
+    explicit FileRecordCacheOf(FileRecordCacheOf** registrySlot) : m_registrySlot(registrySlot) {}
+    FileRecordCacheOf(const FileRecordCacheOf&) = delete;
+    FileRecordCacheOf& operator=(const FileRecordCacheOf&) = delete;
+
+    // Id 0 answers false at once. Otherwise a stored record gets a new
+    // reference for the caller and goes to *out.
+    bool Find(uint64_t id, Record** out) {
+        if (id == 0) return false;
+        CriticalSectionGuard guard(m_lock);
+        auto found = m_map.find(id);
+        if (found == m_map.end() || found->second == nullptr) return false;
+        found->second->AddRef();
+        *out = found->second;
+        return true;
+    }
+
+    // A null record or id 0 stores nothing and answers false. An id already
+    // present keeps its old record while the new reference stays held, so
+    // callers call Find first under the same lock.
+    bool Add(uint64_t id, Record* record) {
+        if (id == 0 || record == nullptr) return false;
+        CriticalSectionGuard guard(m_lock);
+        record->AddRef();
+        m_map.emplace(id, record);
+        return true;
+    }
+
+    // Zeroes the stored record's file id and drops the cache's reference.
+    // The map entry goes either way.
+    bool Remove(uint64_t id) {
+        if (id == 0) return false;
+        CriticalSectionGuard guard(m_lock);
+        auto found = m_map.find(id);
+        if (found == m_map.end()) return false;
+        Record* record = found->second;
+        m_map.erase(found);
+        if (record == nullptr) return false;
+        record->SetFileID(0);
+        record->Release();
+        return true;
+    }
+
+    void Clear() {
+        CriticalSectionGuard guard(m_lock);
+        std::map<uint64_t, Record*> entries;
+        entries.swap(m_map);
+        for (auto& [id, record] : entries) {
+            if (record == nullptr) continue;
+            record->SetFileID(0);
+            record->Release();
+        }
+    }
+
+    ULONG AddRef() { return static_cast<ULONG>(++m_refCount); }
+
+    ULONG Release() {
+        int32_t count = --m_refCount;
+        if (count != 0) return static_cast<ULONG>(count);
+        {
+            CriticalSectionGuard guard(m_lock);
+            Clear();
+        }
+        FileRecordCacheOf** slot = m_registrySlot;
+        delete this;
+        if (slot != nullptr) *slot = nullptr;
+        return 0;
+    }
+
+    size_t Size() {
+        CriticalSectionGuard guard(m_lock);
+        return m_map.size();
+    }
+
+    CCriticalSection& Lock() { return m_lock; }
+
+    // The calling pattern of every user: read the registry's pointer (none:
+    // skip the cache), take a reference, read the pointer again and, if it
+    // still stands, run work under the cache's lock; then let go of the lock
+    // and the reference. Answers whether work ran.
+    template <class Work>
+    static bool Use(FileRecordCacheOf* const& registrySlot, Work&& work) {
+        FileRecordCacheOf* cache = registrySlot;
+        if (cache == nullptr) return false;
+        cache->AddRef();
+        bool ran = false;
+        if (registrySlot != nullptr) {
+            CriticalSectionGuard guard(cache->m_lock);
+            work(*cache);
+            ran = true;
+        }
+        cache->Release();
+        return ran;
+    }
+
+    // The second stage of a file record's Release: its count has fallen to 1,
+    // and that last reference may be the cache's. Under the cache's lock the
+    // count is read again; if it is still 1 and the cache holds this very
+    // record under its id, the cache lets go, which zeroes the id and
+    // destroys the record. If a new user found the record meanwhile, or the
+    // record never went through the cache, nothing happens here.
+    template <class Counter>
+    static void ReleaseIfOnlyCached(FileRecordCacheOf* const& registrySlot, Record* record, uint64_t fileId,
+                                    const Counter& currentCount) {
+        Use(registrySlot, [&](FileRecordCacheOf& cache) {
+            if (currentCount() != 1) return;
+            auto found = cache.m_map.find(fileId);
+            if (found == cache.m_map.end() || found->second != record) return;
+            cache.Remove(fileId);
+        });
+    }
+
+private:
+    ~FileRecordCacheOf() = default;
+
+    std::map<uint64_t, Record*> m_map;
+    CCriticalSection m_lock;
+    std::atomic<int32_t> m_refCount{1};
+    FileRecordCacheOf** m_registrySlot;
+};
+
+using FileRecordCache = FileRecordCacheOf<IZanDB4FileDBRecord>;
+
+}  // namespace zandb4

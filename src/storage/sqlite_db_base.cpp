@@ -1,0 +1,192 @@
+// CSQLiteDBBase: open and close, the version row, the base tables, the
+// single long transaction and the volume guard.
+#include "storage/sqlite_db_base.h"
+
+#include "platform/files.h"
+#include "platform/volume.h"
+#include "storage/result_codes.h"
+#include "storage/statement.h"
+
+namespace platform = zandb4::platform;
+using zandb4::Statement;
+
+namespace {
+
+constexpr WCHAR kInMemory[] = u":memory:";
+constexpr WCHAR kSelectVersion[] = u"SELECT * FROM version_info_table";
+constexpr WCHAR kUpdateVersion[] = u"UPDATE version_info_table SET version=?";
+constexpr WCHAR kCreateVersionTable[] = u"CREATE TABLE version_info_table (version INTEGER)";
+constexpr WCHAR kInsertVersionFormat[] = u"INSERT INTO version_info_table VALUES('%u')";
+constexpr WCHAR kCreateLastIdTable[] = u"CREATE TABLE last_id_table (id_type INTEGER, last_id INTEGER)";
+constexpr WCHAR kCreatePooledIdTable[] = u"CREATE TABLE pooled_id_table (id_type INTEGER, pooled_id INTEGER)";
+constexpr WCHAR kBegin[] = u"BEGIN;";
+constexpr WCHAR kCommit[] = u"COMMIT;";
+constexpr WCHAR kVacuum[] = u"VACUUM;";
+
+}  // namespace
+
+CSQLiteDBBase::CSQLiteDBBase() = default;
+
+CSQLiteDBBase::~CSQLiteDBBase() {
+    if (m_inTransaction) CommitBase(false);
+    CloseConnection();
+}
+
+bool CSQLiteDBBase::IsInMemory() const { return m_fileName.Compare(kInMemory) == 0; }
+
+CZanTString CSQLiteDBBase::FullPath() const {
+    if (IsInMemory()) return m_fileName;
+    CZanTString path(m_folder);
+    path.AppendPath(m_fileName);
+    return path;
+}
+
+void CSQLiteDBBase::CloseConnection() {
+    if (m_db != nullptr) sqlite3_close(m_db);
+    m_db = nullptr;
+}
+
+HRESULT CSQLiteDBBase::ExecuteStatement(const WCHAR* sql) {
+    char* message = nullptr;
+    int code = zandb4::sqlite3_exec16(m_db, sql, nullptr, nullptr, &message);
+    if (message != nullptr) sqlite3_free(message);
+    return zandb4::ResultOf(code);
+}
+
+HRESULT CSQLiteDBBase::Open() {
+    m_tooNew = 0;
+    bool inMemory = IsInMemory();
+    if (m_folder.IsEmpty() && !inMemory) {
+        CloseConnection();
+        m_volumeSerial = 0;
+        return E_FAIL;
+    }
+    CZanTString path = FullPath();
+    std::string narrowPath = path.ToUtf8();
+    bool existed = !inMemory && platform::PathFileExists(narrowPath);
+
+    // A connection still open from before would otherwise be lost.
+    CloseConnection();
+    if (sqlite3_open16(path.GetString(), &m_db) != SQLITE_OK) {
+        CloseConnection();
+        return E_FAIL;
+    }
+    if (!existed || inMemory) {
+        if (CreateTables() != S_OK) {
+            // The half-made file stays; since it exists now, the next Open
+            // will not try to make its tables again.
+            CloseConnection();
+            return E_FAIL;
+        }
+    }
+    if (inMemory) {
+        m_volumeSerial = 0;
+    } else {
+        m_volumeSerial = platform::GetVolumeSerial(narrowPath);
+        uint32_t stored = 0;
+        GetVersion(&stored);
+        if (stored != 0 && stored / 1000 > m_version / 1000) m_tooNew = 1;
+    }
+    m_inTransaction = 0;
+    return S_OK;
+}
+
+HRESULT CSQLiteDBBase::GetVersion(uint32_t* outVersion) {
+    if (m_db == nullptr) return E_FAIL;
+    if (outVersion == nullptr) return E_INVALIDARG;
+    Statement select(m_db, kSelectVersion);
+    uint32_t version = 0;
+    // A file without the table counts as version 0.
+    if (select.IsPrepared()) {
+        while (select.Step() == SQLITE_ROW) {
+            uint32_t value = static_cast<uint32_t>(select.ColumnInt64(0));
+            if (version == 0 && value != 0) version = value;
+        }
+    }
+    *outVersion = version;
+    return S_OK;
+}
+
+HRESULT CSQLiteDBBase::SetVersion(uint32_t version) {
+    if (m_db == nullptr) return E_FAIL;
+    Statement update(m_db, kUpdateVersion);
+    if (!update.IsPrepared()) return E_FAIL;
+    update.BindInt64(1, version);
+    update.Step();
+    return zandb4::ResultOf(update.Finalize());
+}
+
+HRESULT CSQLiteDBBase::GetCurrentVersion(uint32_t* outVersion) {
+    if (outVersion == nullptr) return E_INVALIDARG;
+    *outVersion = m_version;
+    return S_OK;
+}
+
+HRESULT CSQLiteDBBase::CreateTables() {
+    if (m_db == nullptr) return S_OK;
+    if (ExecuteStatement(kCreateVersionTable) != S_OK) return E_FAIL;
+    uint32_t version = 0;
+    GetCurrentVersion(&version);
+    CZanTString insertVersion;
+    insertVersion.Format(kInsertVersionFormat, version);
+    if (ExecuteStatement(insertVersion.GetString()) != S_OK) return E_FAIL;
+    if (ExecuteStatement(kCreateLastIdTable) != S_OK) return E_FAIL;
+    if (ExecuteStatement(kCreatePooledIdTable) != S_OK) return E_FAIL;
+    return S_OK;
+}
+
+HRESULT CSQLiteDBBase::UpgradeTables() { return S_OK; }
+
+HRESULT CSQLiteDBBase::Commit(bool force) { return CommitBase(force); }
+
+HRESULT CSQLiteDBBase::CommitBase(bool force) {
+    if ((!IsInMemory() && m_folder.IsEmpty()) || m_tooNew || m_db == nullptr) return E_FAIL;
+    if (m_volumeSerial != 0) {
+        // A different disk under the same path never gets the transaction; a
+        // disk that comes back still can, since it stays open.
+        uint32_t serialNow = platform::GetVolumeSerial(FullPath().ToUtf8());
+        if (serialNow == 0 || serialNow != m_volumeSerial) return E_FAIL;
+    }
+    if (m_inTransaction || force) {
+        // With force and no transaction SQLite refuses the COMMIT; the store
+        // still counts it as committed, and callers rely on S_OK here.
+        ExecuteStatement(kCommit);
+        m_inTransaction = 0;
+        m_hasCommitted = 1;
+    }
+    return S_OK;
+}
+
+HRESULT CSQLiteDBBase::Close() {
+    // If the volume guard refuses this commit, closing throws the
+    // transaction away.
+    if (m_inTransaction) Commit(false);
+    CloseConnection();
+    m_inTransaction = 0;
+    m_volumeSerial = 0;
+    return S_OK;
+}
+
+HRESULT CSQLiteDBBase::Vacuum() {
+    if (m_folder.IsEmpty() || m_tooNew || m_db == nullptr) return E_FAIL;
+    Commit(false);
+    return ExecuteStatement(kVacuum);
+}
+
+HRESULT CSQLiteDBBase::Reopen() {
+    // Clearing the flag first keeps Close from committing: the open
+    // transaction goes with the connection.
+    m_inTransaction = 0;
+    Close();
+    return Open();
+}
+
+BOOL CSQLiteDBBase::HasCommitted() { return m_hasCommitted; }
+
+void CSQLiteDBBase::BeginTransaction() {
+    if (m_inTransaction) return;
+    // The outcome is not looked at; without a connection the flag is set all
+    // the same.
+    zandb4::Exec(m_db, kBegin);
+    m_inTransaction = 1;
+}

@@ -1,0 +1,90 @@
+// CSQLiteDBBase: the base of every store. It owns one SQLite connection to
+// one file, the version row, the open and close sequence, the single long
+// transaction, the guard against a swapped volume, the identifiers with their
+// pool, and m_lock, the store's one lock.
+//
+// Threading: nothing here locks. Managers hold m_lock around whole
+// operations; statement functions assume it is held.
+//
+// Transactions: the first write opens one with BeginTransaction and it stays
+// open across many operations until Commit. There is no nesting and no
+// rollback statement: Reopen closes the connection without committing.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+
+#include "frame/critical_section.h"
+#include "zandb4/foundation.h"
+
+class CSQLiteDBBase {
+public:
+    // The schema version this build writes, in every store: major 1, minor 201.
+    static constexpr uint32_t kCurrentVersion = 1201;
+
+    CSQLiteDBBase();
+    CSQLiteDBBase(const CSQLiteDBBase&) = delete;
+    CSQLiteDBBase& operator=(const CSQLiteDBBase&) = delete;
+
+    // Commits an open transaction and closes the connection.
+    virtual ~CSQLiteDBBase();
+
+    // Opens m_folder/m_fileName (or ":memory:"), making the file and its
+    // tables when it did not exist. Never upgrades. A file from a newer major
+    // version opens, but Commit and Vacuum refuse it. S_OK or E_FAIL.
+    virtual HRESULT Open();
+    // The version row, or 0 for a file without one. E_FAIL with no connection.
+    virtual HRESULT GetVersion(uint32_t* outVersion);
+    virtual HRESULT SetVersion(uint32_t version);
+    // kCurrentVersion; E_INVALIDARG for a null out.
+    virtual HRESULT GetCurrentVersion(uint32_t* outVersion);
+    // The three tables every store has; stores add theirs after calling this.
+    virtual HRESULT CreateTables();
+    // The base has nothing to upgrade.
+    virtual HRESULT UpgradeTables();
+    // Ends the open transaction (or, with force, runs COMMIT regardless).
+    // E_FAIL without a store path, for a file that is too new, without a
+    // connection, or when the volume under the file changed.
+    virtual HRESULT Commit(bool force);
+    // Commits an open transaction and closes. Always S_OK.
+    virtual HRESULT Close();
+    virtual HRESULT Vacuum();
+    // The library's rollback: closes without committing and opens again.
+    virtual HRESULT Reopen();
+    // Whether a COMMIT ever ran on this store object.
+    virtual BOOL HasCommitted();
+    // The next id of idType: a pooled one first, else the counter.
+    virtual HRESULT NewID(uint32_t idType, uint64_t* outId);
+    // Gives an id back to the pool of its type.
+    virtual HRESULT PoolID(uint64_t id, uint32_t idType);
+    // Runs "BEGIN;" unless a transaction is open already.
+    virtual void BeginTransaction();
+    // Takes one id from the pool without touching the counter. S_FALSE and
+    // 0 for an empty pool; E_INVALIDARG for a null out.
+    virtual HRESULT TakePooledID(uint32_t idType, uint64_t* outId);
+
+    // m_folder joined with m_fileName, or ":memory:" alone.
+    CZanTString FullPath() const;
+    bool IsInMemory() const;
+
+    sqlite3* m_db = nullptr;
+    uint32_t m_version = kCurrentVersion;
+    int32_t m_tooNew = 0;
+    int32_t m_inTransaction = 0;
+    uint32_t m_volumeSerial = 0;
+    CZanTString m_folder;
+    CZanTString m_fileName;
+    CCriticalSection m_lock;
+    int32_t m_hasCommitted = 0;
+
+protected:
+    // Runs one statement with sqlite3_exec16, freeing any message; S_OK or E_FAIL.
+    HRESULT ExecuteStatement(const WCHAR* sql);
+
+private:
+    void CloseConnection();
+    // The Commit of this class alone, which the destructor runs whatever a
+    // derived class made of Commit.
+    HRESULT CommitBase(bool force);
+};

@@ -1,0 +1,63 @@
+// Statement: one prepared SQLite statement, prepared in the constructor from
+// UTF-16 text and finalized in Finalize or, at the latest, the destructor, so
+// that a statement can never outlive the function that runs it. Binds are by
+// position from 1; text goes in as UTF-16 with its length in bytes and a
+// copying destructor, blobs with a copying destructor.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+
+#include "zandb4/foundation.h"
+
+namespace zandb4 {
+
+class Statement {
+public:
+    Statement(sqlite3* db, const WCHAR* sql);
+    ~Statement();
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    // False when the prepare failed (or there was no connection).
+    bool IsPrepared() const { return m_statement != nullptr; }
+
+    void BindInt(int index, int32_t value);
+    void BindInt64(int index, int64_t value);
+    void BindDouble(int index, double value);
+    void BindText(int index, const CZanTString& value);
+    void BindBlob(int index, const void* data, int size);
+
+    // sqlite3_step's answer: SQLITE_ROW (100), SQLITE_DONE (101) or an error.
+    int Step();
+
+    int32_t ColumnInt(int column) const;
+    int64_t ColumnInt64(int column) const;
+    double ColumnDouble(int column) const;
+    CZanTString ColumnText(int column) const;
+    const void* ColumnBlob(int column) const;
+    int ColumnBytes(int column) const;
+
+    // sqlite3_finalize's answer, the same on every later call. A statement
+    // that never prepared answers the prepare's error code.
+    int Finalize();
+
+private:
+    sqlite3_stmt* m_statement = nullptr;
+    int m_prepareCode = SQLITE_OK;
+    bool m_finalized = false;
+    int m_finalizeCode = SQLITE_OK;
+};
+
+// sqlite3_exec for one UTF-16 statement: converts to UTF-8 and runs it. A null
+// connection answers SQLITE_MISUSE without touching it. A message, if
+// errorMessage is given, comes from SQLite's allocator: free it with
+// sqlite3_free.
+int sqlite3_exec16(sqlite3* db, const WCHAR* sql, int (*callback)(void*, int, char**, char**), void* argument,
+                   char** errorMessage);
+
+// sqlite3_exec16 with no callback and no message: the form every store uses.
+inline int Exec(sqlite3* db, const WCHAR* sql) { return sqlite3_exec16(db, sql, nullptr, nullptr, nullptr); }
+
+}  // namespace zandb4

@@ -1,0 +1,62 @@
+# Runs the zandb4 tool as a user would and checks its output and exit codes.
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK})
+
+function(run expected_code)
+  execute_process(COMMAND ${TOOL} ${ARGN} RESULT_VARIABLE code OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT code EQUAL expected_code)
+    message(FATAL_ERROR "zandb4 ${ARGN}: exit ${code}, expected ${expected_code}\nstdout: ${out}\nstderr: ${err}")
+  endif()
+  set(out "${out}" PARENT_SCOPE)
+  set(err "${err}" PARENT_SCOPE)
+endfunction()
+
+function(expect text haystack what)
+  string(FIND "${haystack}" "${text}" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "${what} lacks '${text}':\n${haystack}")
+  endif()
+endfunction()
+
+run(0 --help)
+expect("usage: zandb4" "${out}" "--help output")
+expect("exit codes" "${out}" "--help output")
+
+run(1)
+expect("usage: zandb4" "${err}" "usage error")
+run(1 frobnicate ${WORK}/root)
+expect("unknown command" "${err}" "unknown command error")
+
+# info on a root that does not exist, and on a folder that holds no catalogue
+run(2 info ${WORK}/missing)
+expect("does not exist" "${err}" "missing root error")
+file(MAKE_DIRECTORY ${WORK}/plain)
+run(2 info ${WORK}/plain)
+expect("holds no catalogue" "${err}" "non-catalogue error")
+if(EXISTS ${WORK}/plain/database)
+  message(FATAL_ERROR "info created a database folder")
+endif()
+
+# init makes the layout and lists it; info then lists the same
+run(0 init ${WORK}/root)
+expect("database/" "${out}" "init output")
+expect("information/" "${out}" "init output")
+if(NOT IS_DIRECTORY ${WORK}/root/database OR NOT IS_DIRECTORY ${WORK}/root/information)
+  message(FATAL_ERROR "init did not make the folders")
+endif()
+set(init_out "${out}")
+run(0 info ${WORK}/root)
+if(NOT out STREQUAL init_out)
+  message(FATAL_ERROR "info differs from init:\n${out}\n---\n${init_out}")
+endif()
+
+# a root that is a file
+file(WRITE ${WORK}/afile "x")
+run(2 init ${WORK}/afile)
+run(2 info ${WORK}/afile)
+
+# a store file that is not a database is reported, not fatal
+file(WRITE ${WORK}/root/database/Broken.db "this is not a database")
+run(0 info ${WORK}/root)
+expect("database/Broken.db  not a database" "${out}" "info on a broken store")
+file(REMOVE_RECURSE ${WORK})
