@@ -27,11 +27,15 @@ void Pad(std::u16string& out, const std::u16string& body, const Conversion& c) {
 }
 
 std::string NarrowSpec(const Conversion& c, const char* length) {
-    std::string spec = "%" + c.flags;
-    if (c.width >= 0) spec += std::to_string(c.width);
-    if (c.precision >= 0) spec += "." + std::to_string(c.precision);
-    spec += length;
-    spec += c.kind;
+    std::string spec(1, '%');
+    spec.append(c.flags);
+    if (c.width >= 0) spec.append(std::to_string(c.width));
+    if (c.precision >= 0) {
+        spec.push_back('.');
+        spec.append(std::to_string(c.precision));
+    }
+    spec.append(length);
+    spec.push_back(c.kind);
     return spec;
 }
 

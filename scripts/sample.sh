@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Sets up, builds, and runs the zandb4 tool on a sample catalogue root:
+# "init" makes the catalogue, "info" lists it without changing anything.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/install-deps.sh
+cmake --preset default > /dev/null
+cmake --build --preset default -j "$(nproc)" --target zandb4_tool
+
+sample="${1:-${TMPDIR:-/tmp}/zandb4-sample}"
+./build/tools/zandb4 init "$sample"
+./build/tools/zandb4 info "$sample"
