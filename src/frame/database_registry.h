@@ -11,9 +11,14 @@
 
 #include "frame/file_record_cache.h"
 
+class CSQLiteFileBasicDB;
+
 namespace zandb4::DatabaseRegistry {
 
 inline int32_t initCount = 0;
+
+// The catalogue, "FileBasic.db": made first, closed last.
+inline CSQLiteFileBasicDB* fileBasicDB = nullptr;
 
 // The live file records by file id; made once per start, reference counted.
 inline FileRecordCache* fileRecordCache = nullptr;

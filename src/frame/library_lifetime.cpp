@@ -7,11 +7,15 @@
 //   information/   the application log store
 // Stores are made in a fixed order and closed in another, with the catalogue
 // last because everything before it may still reach it.
+#include "catalogue/file_basic_db.h"
 #include "frame/database_registry.h"
+#include "frame/factory.h"
 #include "frame/library_paths.h"
 #include "platform/files.h"
 #include "zandb4/exports.h"
 #include "zandb4/foundation.h"
+#include "zandb4/identifiers.h"
+#include "zandb4/maintenance.h"
 
 using zandb4::FileRecordCache;
 namespace DatabaseRegistry = zandb4::DatabaseRegistry;
@@ -28,6 +32,45 @@ CZanTString SubFolder(const CZanTString& root, const WCHAR* name) {
     return folder;
 }
 
+// Makes a store of that class in the registry member, names its file and
+// opens it. The outcome of Open is not looked at.
+template <class Store>
+void OpenStore(Store*& member, const CZanTString& folder, const WCHAR* fileName) {
+    member = new Store();
+    member->m_folder = folder;
+    member->m_fileName = fileName;
+    member->Open();
+}
+
+template <class Store>
+void CloseStore(Store*& member) {
+    if (member == nullptr) return;
+    member->Close();
+    delete member;
+    member = nullptr;
+}
+
+// A store's commit at the end, and whether it ever committed.
+template <class Store>
+void CommitStore(Store* store, BOOL& anyCommitted) {
+    if (store == nullptr) return;
+    store->Commit(false);
+    anyCommitted = store->HasCommitted();
+}
+
+// The backup after a session that committed. It asks the factory for the
+// utility, but the count is 0 by the time this runs and the factory refuses
+// every request then, so no backup is ever taken here. The step stays, in
+// its place, as it always stood.
+void BackUpAfterCommittedSession(BOOL anyCommitted) {
+    if (!anyCommitted) return;
+    IZanDB4DBUtility* utility = nullptr;
+    if (zandb4::CreateInstance(IID_IZanDB4DBUtility, reinterpret_cast<void**>(&utility)) != S_OK || utility == nullptr)
+        return;
+    utility->BackupDatabases(nullptr, 0);
+    utility->Release();
+}
+
 HRESULT StartLibrary(const WCHAR* root) {
     CZanTString databaseFolder = SubFolder(zandb4::ResolveRoot(root), u"database");
     // The outcome of making the folder is not looked at: what counts is
@@ -37,9 +80,12 @@ HRESULT StartLibrary(const WCHAR* root) {
     if (attributes == platform::kInvalidFileAttributes || (attributes & platform::kAttributeDirectory) == 0)
         return E_ACCESSDENIED;
 
-    // The single-file stores and the shard families are made here, in their
-    // fixed order, as their classes join the library. A store that fails to
-    // open stays in the registry without a connection.
+    // The stores, in their fixed order. A store that fails to open stays in
+    // the registry without a connection; its operations then answer E_FAIL.
+    // (The staging, GPS, memory-data and access-log stores, the thumbnail
+    // and feature point families and the metadata shards take their places
+    // after the catalogue as their classes join the library.)
+    OpenStore(DatabaseRegistry::fileBasicDB, databaseFolder, u"FileBasic.db");
 
     if (DatabaseRegistry::fileRecordCache == nullptr)
         DatabaseRegistry::fileRecordCache = new FileRecordCache(&DatabaseRegistry::fileRecordCache);
@@ -81,12 +127,16 @@ extern "C" HRESULT ZanDB4_Initialize(const WCHAR* root) {
 extern "C" HRESULT ZanDB4_Finalize() {
     DatabaseRegistry::initCount = DatabaseRegistry::initCount - 1;
     if (DatabaseRegistry::initCount != 0) return S_OK;
-    // The stores commit here (staging, GPS, memory data, then the catalogue),
-    // in that order, as their classes join the library.
+    // Each commit's answer replaces the flag: staging, GPS and memory data
+    // (as they join the library), the application log closes, then the
+    // catalogue commits.
+    BOOL anyCommitted = 0;
+    CommitStore(DatabaseRegistry::fileBasicDB, anyCommitted);
+    BackUpAfterCommittedSession(anyCommitted);
     EmptyRecordCache();
-    // The stores close here: staging (the only one vacuumed), GPS, memory
-    // data, access log, the feature point and thumbnail families, the
-    // metadata shards, and the catalogue last.
+    // The other stores close here, the catalogue last, because everything
+    // before it may still reach it.
+    CloseStore(DatabaseRegistry::fileBasicDB);
     return S_OK;
 }
 

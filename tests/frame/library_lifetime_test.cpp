@@ -7,8 +7,10 @@
 #include <fstream>
 #include <iterator>
 
+#include "catalogue/file_basic_db.h"
 #include "frame/database_registry.h"
 #include "platform/files.h"
+#include "support/sqlite_probe.h"
 #include "support/temp_folder.h"
 #include "support/unprivileged.h"
 #include "zandb4.h"
@@ -28,6 +30,7 @@ protected:
         while (DatabaseRegistry::initCount > 0) ZanDB4_Finalize();
         DatabaseRegistry::initCount = 0;
         EXPECT_EQ(DatabaseRegistry::fileRecordCache, nullptr);
+        EXPECT_EQ(DatabaseRegistry::fileBasicDB, nullptr);
     }
 
     TempFolder m_root;
@@ -37,18 +40,40 @@ protected:
 // test program itself, which links the library's code statically.
 fs::path LibraryFolder() { return fs::path(zandb4::platform::LibraryFolder()); }
 
-TEST_F(LibraryLifetime, InitializeMakesTheLayoutAndTheRecordCache) {
+TEST_F(LibraryLifetime, InitializeMakesTheLayoutTheCatalogueAndTheRecordCache) {
     EXPECT_EQ(ZanDB4_Initialize(m_root.Wide().GetString()), S_OK);
     EXPECT_EQ(DatabaseRegistry::initCount, 1);
     EXPECT_TRUE(fs::is_directory(m_root / "database"));
     EXPECT_TRUE(fs::is_directory(m_root / "information"));
     EXPECT_NE(DatabaseRegistry::fileRecordCache, nullptr);
+    ASSERT_NE(DatabaseRegistry::fileBasicDB, nullptr);
+    EXPECT_NE(DatabaseRegistry::fileBasicDB->m_db, nullptr);
+    EXPECT_TRUE(fs::is_regular_file(m_root / "database" / "FileBasic.db"));
+    // Shard folders come into being only when a shard is needed.
+    EXPECT_FALSE(fs::exists(m_root / "database" / "thumb_0s"));
+    EXPECT_FALSE(fs::exists(m_root / "database" / "thumb_0a"));
 
     EXPECT_EQ(ZanDB4_Finalize(), S_OK);
     EXPECT_EQ(DatabaseRegistry::initCount, 0);
     EXPECT_EQ(DatabaseRegistry::fileRecordCache, nullptr);
-    // Finalize leaves the catalogue on disk.
-    EXPECT_TRUE(fs::is_directory(m_root / "database"));
+    EXPECT_EQ(DatabaseRegistry::fileBasicDB, nullptr);
+    // Finalize leaves the catalogue on disk, with its version row.
+    zandb4::testing::SqliteProbe catalogue(m_root / "database" / "FileBasic.db");
+    ASSERT_TRUE(catalogue.IsOpen());
+    EXPECT_EQ(catalogue.Integer("SELECT version FROM version_info_table"), 1201);
+    EXPECT_EQ(catalogue.Integer("PRAGMA page_size"), 4096);
+}
+
+TEST_F(LibraryLifetime, FinalizeCommitsTheCatalogue) {
+    ASSERT_EQ(ZanDB4_Initialize(m_root.Wide().GetString()), S_OK);
+    CSQLiteFileBasicDB* catalogue = DatabaseRegistry::fileBasicDB;
+    uint64_t id = 0;
+    ASSERT_EQ(catalogue->NewID(CSQLiteFileBasicDB::kTagIdType, &id), S_OK);
+    EXPECT_EQ(catalogue->m_inTransaction, 1);
+    EXPECT_EQ(ZanDB4_Finalize(), S_OK);
+
+    zandb4::testing::SqliteProbe probe(m_root / "database" / "FileBasic.db");
+    EXPECT_EQ(probe.Integer("SELECT last_id FROM last_id_table WHERE id_type=8"), 1);
 }
 
 TEST_F(LibraryLifetime, InitializeMakesMissingParentsOfTheRoot) {
@@ -165,6 +190,8 @@ TEST_F(LibraryLifetime, StoreFileThatIsNotADatabaseDoesNotStopTheStart) {
     fs::create_directories(m_root / "database");
     WriteFile(m_root / "database" / "FileBasic.db", "garbage, not an SQLite file");
     EXPECT_EQ(ZanDB4_Initialize(m_root.Wide().GetString()), S_OK);
+    // The store stands in the registry all the same.
+    EXPECT_NE(DatabaseRegistry::fileBasicDB, nullptr);
     EXPECT_EQ(ZanDB4_Finalize(), S_OK);
     // Nothing overwrote what was there.
     std::ifstream in(m_root / "database" / "FileBasic.db");

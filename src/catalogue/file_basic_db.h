@@ -1,0 +1,68 @@
+// CSQLiteFileBasicDB: the catalogue, "FileBasic.db". One row per known file,
+// and the persons, pets, albums, tags, metadata and import history around
+// those rows.
+//
+// Stored counters (a person's file_count, an album's file count and date
+// range) are not kept up to date row by row: operations note the ids to
+// recount in five sets, and Commit recounts them once per batch. The sets
+// have no lock of their own; the manager holds m_lock around every call.
+//
+// The statements on the catalogue's tables are plain member functions, in
+// the files of the subsystems that use them.
+#pragma once
+
+#include <set>
+
+#include "storage/sqlite_db_base.h"
+
+class CSQLiteFileBasicDB : public CSQLiteDBBase {
+public:
+    // Id types of this store.
+    static constexpr uint32_t kFileIdType = 1;
+    static constexpr uint32_t kAlbumIdType = 2;
+    static constexpr uint32_t kFaceGroupIdType = 3;
+    static constexpr uint32_t kPersonIdType = 4;
+    static constexpr uint32_t kPersonFaceIdType = 5;
+    static constexpr uint32_t kPetIdType = 6;
+    static constexpr uint32_t kPetFaceIdType = 7;
+    static constexpr uint32_t kTagIdType = 8;
+
+    // Individual types: 1 a person, 2 a pet.
+    static constexpr uint32_t kPerson = 1;
+    static constexpr uint32_t kPet = 2;
+
+    ~CSQLiteFileBasicDB() override;
+
+    // Every table and index of the catalogue, on a page size of 4096.
+    HRESULT CreateTables() override;
+    // Brings meta_table of an older file up to date; writes no version row
+    // and commits nothing it adds (the caller does both).
+    HRESULT UpgradeTables() override;
+    // Recounts what the batch changed, empties the recount sets, then
+    // commits. The recounts run even when the commit is refused.
+    HRESULT Commit(bool force) override;
+    // Drops the pending person, pet and album recounts, then reopens.
+    HRESULT Reopen() override;
+    // The base NewID, drawn again while the id already has a row: a pool or
+    // counter that fell behind the tables walks forward by itself.
+    HRESULT NewID(uint32_t idType, uint64_t* outId) override;
+
+    std::set<uint64_t> m_personRecount;
+    std::set<uint64_t> m_petRecount;
+    std::set<uint64_t> m_albumRecount;
+    // Nothing in the library fills these two; Commit still walks them.
+    std::set<uint64_t> m_personGroupRecount;
+    std::set<uint64_t> m_petGroupRecount;
+
+private:
+    bool IsIdTaken(uint32_t idType, uint64_t id);
+    void RecountIndividuals(uint32_t individualType, const std::set<uint64_t>& ids);
+    void RecountGroups(uint32_t individualType, const std::set<uint64_t>& ids);
+    void RecountAlbum(uint64_t albumId);
+    // Writes file_count of a person (type 1) or pet (type 2).
+    void WriteFileCount(uint32_t individualType, uint64_t id, int64_t count);
+    // "SELECT count(column) FROM table" prepares and gives a row.
+    bool HasColumn(const WCHAR* table, const WCHAR* column);
+    // The rebuild of an old meta_table; answers the version to go on with.
+    uint32_t RebuildMetaTable(uint32_t version);
+};
