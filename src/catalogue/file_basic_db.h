@@ -14,6 +14,7 @@
 #include <set>
 
 #include "storage/sqlite_db_base.h"
+#include "zandb4/albums.h"
 
 class CSQLiteFileBasicDB : public CSQLiteDBBase {
 public:
@@ -46,6 +47,20 @@ public:
     // The base NewID, drawn again while the id already has a row: a pool or
     // counter that fell behind the tables walks forward by itself.
     HRESULT NewID(uint32_t idType, uint64_t* outId) override;
+
+    // Import history (albums/file_basic_db_import_history.cpp). Writers open
+    // the transaction; nothing commits until Commit.
+    HRESULT AddImportHistory(int64_t importDate, uint32_t importClass, uint32_t attribute);
+    // Sets the attribute of the rows of that date and class; no row is S_OK.
+    HRESULT UpdateImportHistory(int64_t importDate, uint32_t importClass, uint32_t attribute);
+    // The newest row into *outRecord, which the caller passes null and which
+    // is not cleared here. E_FAIL when no record ends up there.
+    HRESULT GetLatestImportHistory(IZanDB4ImportDBRecord** outRecord);
+    // Appends every row, oldest first. E_FAIL when the array is empty at the end.
+    HRESULT GetImportHistories(CZanTArray<IZanDB4ImportDBRecord*>& records);
+    // Deletes the rows of that date, whatever their class.
+    HRESULT DeleteImportHistory(int64_t importDate);
+    HRESULT ClearImportHistory();
 
     std::set<uint64_t> m_personRecount;
     std::set<uint64_t> m_petRecount;

@@ -8,6 +8,8 @@
 
 #include <new>
 
+#include "albums/import_db_record.h"
+#include "albums/import_mgr.h"
 #include "frame/database_registry.h"
 #include "zandb4/exports.h"
 #include "zandb4/identifiers.h"
@@ -40,8 +42,8 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4IndividualGroupDBRecord, nullptr},
     {&IID_IZanDB4FaceDBMgr, nullptr},
     {&IID_IZanDB4FileCache, nullptr},
-    {&IID_IZanDB4ImportDBMgr, nullptr},
-    {&IID_IZanDB4ImportDBRecord, nullptr},
+    {&IID_IZanDB4ImportDBMgr, [] () -> IUnknown* { return new CZanDB4ImportMgr(DatabaseRegistry::fileBasicDB); }},
+    {&IID_IZanDB4ImportDBRecord, [] () -> IUnknown* { return new CZanDB4ImportDBRecord(); }},
     {&IID_IZanDB4MainImageCache, nullptr},
     {&IID_IZanDB4GPSLogDBRecord, nullptr},
     {&IID_IZanDB4GPSLogFileRecord, nullptr},

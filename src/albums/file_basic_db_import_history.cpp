@@ -1,0 +1,96 @@
+// The import journal of the catalogue: one row per import run in
+// import_history_table, with no key of its own. Rows are told apart by their
+// date, or by date and class.
+#include "catalogue/file_basic_db.h"
+#include "frame/com_ptr.h"
+#include "frame/factory.h"
+#include "storage/result_codes.h"
+#include "storage/statement.h"
+#include "zandb4/identifiers.h"
+
+using zandb4::ComPtr;
+using zandb4::Statement;
+
+namespace {
+
+constexpr WCHAR kInsertHistory[] =
+    u"INSERT INTO import_history_table (import_date, import_class, import_attribute) VALUES (?,?,?)";
+constexpr WCHAR kUpdateHistory[] =
+    u"UPDATE import_history_table SET import_attribute=? WHERE import_date=? AND import_class=?";
+constexpr WCHAR kSelectNewest[] = u"SELECT * FROM import_history_table ORDER BY import_date DESC";
+constexpr WCHAR kSelectOldestFirst[] = u"SELECT * FROM import_history_table ORDER BY import_date";
+constexpr WCHAR kDeleteByDate[] = u"DELETE FROM import_history_table WHERE import_date=?";
+constexpr WCHAR kDeleteAll[] = u"DELETE FROM import_history_table";
+
+// A record from the current row, made through the factory as every record
+// the library builds from a row is. Null when it cannot be made.
+ComPtr<IZanDB4ImportDBRecord> RecordFromRow(const Statement& row) {
+    ComPtr<IZanDB4ImportDBRecord> record;
+    if (zandb4::CreateInstance(IID_IZanDB4ImportDBRecord, reinterpret_cast<void**>(record.Receive())) != S_OK)
+        return nullptr;
+    CZanTDateTime date(row.ColumnInt64(0));
+    if (record->SetDate(&date.m_time) != S_OK ||
+        record->SetClass(static_cast<uint32_t>(row.ColumnInt64(1))) != S_OK ||
+        record->SetAttribute(static_cast<uint32_t>(row.ColumnInt64(2))) != S_OK)
+        return nullptr;
+    return record;
+}
+
+}  // namespace
+
+HRESULT CSQLiteFileBasicDB::AddImportHistory(int64_t importDate, uint32_t importClass, uint32_t attribute) {
+    BeginTransaction();
+    Statement insert(m_db, kInsertHistory);
+    if (!insert.IsPrepared()) return E_FAIL;
+    insert.BindInt64(1, importDate);
+    insert.BindInt64(2, importClass);
+    insert.BindInt64(3, attribute);
+    if (insert.Step() != SQLITE_DONE) return E_FAIL;
+    return zandb4::ResultOf(insert.Finalize());
+}
+
+HRESULT CSQLiteFileBasicDB::UpdateImportHistory(int64_t importDate, uint32_t importClass, uint32_t attribute) {
+    BeginTransaction();
+    Statement update(m_db, kUpdateHistory);
+    if (!update.IsPrepared()) return E_FAIL;
+    update.BindInt64(1, attribute);
+    update.BindInt64(2, importDate);
+    update.BindInt64(3, importClass);
+    if (update.Step() != SQLITE_DONE) return E_FAIL;
+    return zandb4::ResultOf(update.Finalize());
+}
+
+HRESULT CSQLiteFileBasicDB::GetLatestImportHistory(IZanDB4ImportDBRecord** outRecord) {
+    Statement select(m_db, kSelectNewest);
+    if (select.IsPrepared() && select.Step() == SQLITE_ROW) {
+        ComPtr<IZanDB4ImportDBRecord> record = RecordFromRow(select);
+        if (record) *outRecord = record.Detach();
+    }
+    return *outRecord != nullptr ? S_OK : E_FAIL;
+}
+
+HRESULT CSQLiteFileBasicDB::GetImportHistories(CZanTArray<IZanDB4ImportDBRecord*>& records) {
+    Statement select(m_db, kSelectOldestFirst);
+    if (select.IsPrepared()) {
+        while (select.Step() == SQLITE_ROW) {
+            ComPtr<IZanDB4ImportDBRecord> record = RecordFromRow(select);
+            if (!record) break;
+            records.Add(record.Detach());
+        }
+    }
+    return records.IsEmpty() ? E_FAIL : S_OK;
+}
+
+HRESULT CSQLiteFileBasicDB::DeleteImportHistory(int64_t importDate) {
+    BeginTransaction();
+    Statement remove(m_db, kDeleteByDate);
+    if (!remove.IsPrepared()) return E_FAIL;
+    remove.BindInt64(1, importDate);
+    if (remove.Step() != SQLITE_DONE) return E_FAIL;
+    return zandb4::ResultOf(remove.Finalize());
+}
+
+HRESULT CSQLiteFileBasicDB::ClearImportHistory() {
+    BeginTransaction();
+    return ExecuteStatement(kDeleteAll);
+}
