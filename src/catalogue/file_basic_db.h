@@ -15,6 +15,7 @@
 
 #include "storage/sqlite_db_base.h"
 #include "zandb4/albums.h"
+#include "zandb4/records.h"
 
 class CSQLiteFileBasicDB : public CSQLiteDBBase {
 public:
@@ -47,6 +48,59 @@ public:
     // The base NewID, drawn again while the id already has a row: a pool or
     // counter that fell behind the tables walks forward by itself.
     HRESULT NewID(uint32_t idType, uint64_t* outId) override;
+
+    // The 21 columns of a meta_table row, dates packed, GPS halves joined.
+    struct MetaRowValues {
+        const void* filterData = nullptr;  // borrowed for the call
+        uint32_t filterDataSize = 0;
+        int64_t fileSize = 0;
+        int64_t fileUpdateDate = 0;
+        int64_t importDate = 0;
+        int64_t duration = 0;
+        int64_t pixelWidth = 0;
+        int64_t pixelHeight = 0;
+        int64_t panoramaNumber = 0;
+        int64_t driveNumber = 0;
+        int64_t frameRate = 0;
+        int64_t importClass = 0;
+        int64_t gpsAltitude = 0;
+        int64_t gpsDirection = 0;
+        CZanTString gpsAreaInfo;
+        CZanTString modelName;
+        int64_t pictureMode = 0;
+        int64_t finishingMode = 0;
+        int64_t artFilter = 0;
+        int64_t focusMode = 0;
+        int64_t paramFlag = 0;
+    };
+    // The values of a metadata record, read through its getters. The filter
+    // data stays the record's.
+    static MetaRowValues MetaValuesOf(IZanDB4FileMetaDBRecord* record);
+
+    // meta_table (catalogue/file_basic_db_meta.cpp).
+    // The row of fileId as a new record through the factory; no row leaves
+    // *outRecord null and answers E_FAIL. A null out does nothing (E_INVALIDARG).
+    HRESULT FindMetaRecord(IZanDB4FileMetaDBRecord** outRecord, uint64_t fileId);
+    // Inserts the file record's metadata record under fileId. With retry, a
+    // row already there is deleted and the insert tried once more.
+    HRESULT InsertMetaRecord(uint64_t fileId, IZanDB4FileDBRecord* fileRecord, BOOL retry);
+    // The same from values, for rows moved out of staging.
+    HRESULT InsertMetaRow(uint64_t fileId, const MetaRowValues& values, BOOL retry);
+    // Writes the file record's metadata: deletes the row when the record has
+    // none, inserts when there is no row, else rewrites every column.
+    HRESULT UpdateMetaRecord(uint64_t fileId, IZanDB4FileDBRecord* fileRecord);
+    // The rewrite of every column of an existing row.
+    HRESULT UpdateMetaRow(uint64_t fileId, const MetaRowValues& values);
+    HRESULT DeleteMetaRecord(uint64_t fileId);
+    BOOL HasMetaRecord(uint64_t fileId);
+    // Append a record per row to the list as it stands, one reference each.
+    // E_FAIL when nothing was appended.
+    HRESULT ListMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records);
+    // Only rows with a model name (neither empty nor NULL).
+    HRESULT ListModelMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records);
+    // Lends each record with a model name to callback; a non-zero answer
+    // ends the walk.
+    HRESULT ForEachModelMetaRecord(ZanDB4MetaRecordCallback callback, void* context);
 
     // Import history (albums/file_basic_db_import_history.cpp). Writers open
     // the transaction; nothing commits until Commit.

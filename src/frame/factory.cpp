@@ -11,6 +11,8 @@
 #include "albums/import_db_record.h"
 #include "albums/import_mgr.h"
 #include "frame/database_registry.h"
+#include "records/file_large_meta_data.h"
+#include "records/file_meta_db_record.h"
 #include "zandb4/exports.h"
 #include "zandb4/identifiers.h"
 
@@ -33,10 +35,10 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4AlbumDBMgr, nullptr},
     {&IID_IZanDB4TagDBMgr, nullptr},
     {&IID_IZanDB4TagDBRecord, nullptr},
-    {&IID_IZanDB4FileMetaDBRecord, nullptr},
+    {&IID_IZanDB4FileMetaDBRecord, [] () -> IUnknown* { return new CZanDB4FileMetaDBRecord(); }},
     {&IID_IZanDB4DBUtility, nullptr},
     {&IID_IZanDB4EditFileCache, nullptr},
-    {&IID_IZanDB4FileLargeMetaData, nullptr},
+    {&IID_IZanDB4FileLargeMetaData, [] () -> IUnknown* { return new CZanDB4FileLargeMetaData(); }},
     {&IID_IZanDB4FaceDBRecord, nullptr},
     {&IID_IZanDB4IndividualDBRecord, nullptr},
     {&IID_IZanDB4IndividualGroupDBRecord, nullptr},

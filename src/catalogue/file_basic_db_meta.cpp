@@ -1,0 +1,265 @@
+// The catalogue's operations on meta_table: one row of metadata per file,
+// unique by file_id through meta_file_idx (which an upgraded file may lack).
+#include "catalogue/file_basic_db.h"
+#include "frame/com_ptr.h"
+#include "frame/factory.h"
+#include "records/file_meta_db_record.h"
+#include "storage/result_codes.h"
+#include "storage/statement.h"
+
+using zandb4::ComPtr;
+using zandb4::Statement;
+
+namespace {
+
+constexpr WCHAR kSelectMetaRow[] = u"SELECT * FROM meta_table WHERE file_id=? LIMIT 1";
+constexpr WCHAR kInsertMetaRow[] =
+    u"INSERT INTO meta_table (file_id,filter_data,file_size,file_update_date,import_date,duration, "
+    u"pixel_width,pixel_height,panorama_number,drive_number,frame_rate, import_class, gps_altitude, gps_direction, "
+    u"gps_areainfo, model_name, picture_mode, finishing_mode, art_filter, focus_mode, param_flag) "
+    u"VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)";
+constexpr WCHAR kUpdateMetaRow[] =
+    u"UPDATE meta_table SET filter_data=?, file_size=?, file_update_date=?, duration=?, pixel_width=?, "
+    u"pixel_height=?, panorama_number=?, drive_number=?, frame_rate=?, gps_altitude=?, gps_direction=?, "
+    u"gps_areainfo=?, model_name=?, picture_mode=?, finishing_mode=?, art_filter=?, focus_mode=?, param_flag=?, "
+    u"import_date=?, import_class=? WHERE file_id=?";
+constexpr WCHAR kDeleteMetaRow[] = u"DELETE FROM meta_table WHERE file_id=?";
+constexpr WCHAR kCountMetaRows[] = u"SELECT COUNT(*) FROM meta_table WHERE file_id=?";
+constexpr WCHAR kSelectAllMeta[] = u"SELECT * FROM meta_table";
+constexpr WCHAR kSelectModelMeta[] = u"SELECT * FROM meta_table WHERE model_name!=''";
+
+// Column positions of "SELECT * FROM meta_table".
+enum MetaColumn {
+    kFileId, kFilterData, kFileSize, kFileUpdateDate, kImportDate, kDuration, kPixelWidth, kPixelHeight,
+    kPanoramaNumber, kDriveNumber, kFrameRate, kImportClass, kGpsAltitude, kGpsDirection, kGpsAreaInfo,
+    kModelName, kPictureMode, kFinishingMode, kArtFilter, kFocusMode, kParamFlag
+};
+
+uint32_t Column32(const Statement& row, int column) { return static_cast<uint32_t>(row.ColumnInt64(column)); }
+
+// A record made through the factory and filled from the current row by its
+// setters. Null when it cannot be made.
+ComPtr<IZanDB4FileMetaDBRecord> MetaRecordFromRow(const Statement& row) {
+    ComPtr<IZanDB4FileMetaDBRecord> record;
+    if (zandb4::CreateInstance(IID_IZanDB4FileMetaDBRecord, reinterpret_cast<void**>(record.Receive())) != S_OK)
+        return nullptr;
+    record->SetFileID(static_cast<uint64_t>(row.ColumnInt64(kFileId)));
+    record->SetFilterData(row.ColumnBlob(kFilterData), static_cast<uint32_t>(row.ColumnBytes(kFilterData)));
+    record->SetFileSize(static_cast<uint64_t>(row.ColumnInt64(kFileSize)));
+    CZanTDateTime updated(row.ColumnInt64(kFileUpdateDate));
+    record->SetFileUpdateDate(&updated.m_time);
+    CZanTDateTime imported(row.ColumnInt64(kImportDate));
+    record->SetImportDate(&imported.m_time, Column32(row, kImportClass));
+    record->SetDuration(static_cast<uint64_t>(row.ColumnInt64(kDuration)));
+    record->SetPixelSize(Column32(row, kPixelWidth), Column32(row, kPixelHeight));
+    record->SetPanoramaNumber(Column32(row, kPanoramaNumber));
+    record->SetDriveNumber(Column32(row, kDriveNumber));
+    record->SetFrameRate(Column32(row, kFrameRate));
+    uint32_t high = 0, low = 0;
+    CZanDB4FileMetaDBRecord::SplitColumn(row.ColumnInt64(kGpsAltitude), &high, &low);
+    record->SetGPSAltitude(static_cast<int32_t>(high), static_cast<int32_t>(low));
+    CZanDB4FileMetaDBRecord::SplitColumn(row.ColumnInt64(kGpsDirection), &high, &low);
+    record->SetGPSDirection(high, low);
+    record->SetAreaInfo(row.ColumnText(kGpsAreaInfo).GetString());
+    record->SetModelInfo(row.ColumnText(kModelName).GetString(), Column32(row, kPictureMode),
+                         Column32(row, kFinishingMode), Column32(row, kArtFilter), Column32(row, kFocusMode),
+                         Column32(row, kParamFlag));
+    return record;
+}
+
+}  // namespace
+
+CSQLiteFileBasicDB::MetaRowValues CSQLiteFileBasicDB::MetaValuesOf(IZanDB4FileMetaDBRecord* record) {
+    MetaRowValues values;
+    record->GetFilterData(&values.filterData, &values.filterDataSize);
+    uint64_t fileSize = 0, duration = 0;
+    record->GetFileSize(&fileSize);
+    record->GetDuration(&duration);
+    values.fileSize = static_cast<int64_t>(fileSize);
+    values.duration = static_cast<int64_t>(duration);
+    SYSTEMTIME date{};
+    record->GetFileUpdateDate(&date);
+    values.fileUpdateDate = CZanTDateTime(date).GetPacked();
+    uint32_t importClass = 0;
+    record->GetImportDate(&date, &importClass);
+    values.importDate = CZanTDateTime(date).GetPacked();
+    values.importClass = importClass;
+    uint32_t width = 0, height = 0, panorama = 0, drive = 0, frameRate = 0;
+    record->GetPixelSize(&width, &height);
+    record->GetPanoramaNumber(&panorama);
+    record->GetDriveNumber(&drive);
+    record->GetFrameRate(&frameRate);
+    values.pixelWidth = width;
+    values.pixelHeight = height;
+    values.panoramaNumber = panorama;
+    values.driveNumber = drive;
+    values.frameRate = frameRate;
+    int32_t altitudeFirst = 0, altitudeSecond = 0;
+    record->GetGPSAltitude(&altitudeFirst, &altitudeSecond);
+    values.gpsAltitude = CZanDB4FileMetaDBRecord::PackAltitude(altitudeFirst, altitudeSecond);
+    uint32_t directionFirst = 0, directionSecond = 0;
+    record->GetGPSDirection(&directionFirst, &directionSecond);
+    values.gpsDirection = CZanDB4FileMetaDBRecord::PackDirection(directionFirst, directionSecond);
+    record->GetAreaInfo(values.gpsAreaInfo);
+    uint32_t picture = 0, finishing = 0, artFilter = 0, focus = 0, paramFlag = 0;
+    record->GetModelInfo(values.modelName, &picture, &finishing, &artFilter, &focus, &paramFlag);
+    values.pictureMode = picture;
+    values.finishingMode = finishing;
+    values.artFilter = artFilter;
+    values.focusMode = focus;
+    values.paramFlag = paramFlag;
+    return values;
+}
+
+HRESULT CSQLiteFileBasicDB::FindMetaRecord(IZanDB4FileMetaDBRecord** outRecord, uint64_t fileId) {
+    if (outRecord == nullptr) return E_INVALIDARG;
+    *outRecord = nullptr;
+    Statement select(m_db, kSelectMetaRow);
+    if (!select.IsPrepared()) return E_FAIL;
+    select.BindInt64(1, static_cast<int64_t>(fileId));
+    if (select.Step() != SQLITE_ROW) return E_FAIL;
+    ComPtr<IZanDB4FileMetaDBRecord> record = MetaRecordFromRow(select);
+    if (!record) return E_FAIL;
+    *outRecord = record.Detach();
+    return S_OK;
+}
+
+HRESULT CSQLiteFileBasicDB::InsertMetaRecord(uint64_t fileId, IZanDB4FileDBRecord* fileRecord, BOOL retry) {
+    if (fileRecord == nullptr) return E_INVALIDARG;
+    ComPtr<IZanDB4FileMetaDBRecord> meta;
+    HRESULT found = fileRecord->GetMetaRecord(meta.Receive());
+    if (found != S_OK) return found;
+    if (!meta) return E_FAIL;
+    return InsertMetaRow(fileId, MetaValuesOf(meta.Get()), retry);
+}
+
+HRESULT CSQLiteFileBasicDB::InsertMetaRow(uint64_t fileId, const MetaRowValues& v, BOOL retry) {
+    BeginTransaction();
+    bool inserted;
+    {
+        Statement insert(m_db, kInsertMetaRow);
+        if (!insert.IsPrepared()) return E_FAIL;
+        insert.BindInt64(1, static_cast<int64_t>(fileId));
+        insert.BindBlob(2, v.filterData, static_cast<int>(v.filterDataSize));
+        insert.BindInt64(3, v.fileSize);
+        insert.BindInt64(4, v.fileUpdateDate);
+        insert.BindInt64(5, v.importDate);
+        insert.BindInt64(6, v.duration);
+        insert.BindInt64(7, v.pixelWidth);
+        insert.BindInt64(8, v.pixelHeight);
+        insert.BindInt64(9, v.panoramaNumber);
+        insert.BindInt64(10, v.driveNumber);
+        insert.BindInt64(11, v.frameRate);
+        insert.BindInt64(12, v.importClass);
+        insert.BindInt64(13, v.gpsAltitude);
+        insert.BindInt64(14, v.gpsDirection);
+        insert.BindText(15, v.gpsAreaInfo);
+        insert.BindText(16, v.modelName);
+        insert.BindInt64(17, v.pictureMode);
+        insert.BindInt64(18, v.finishingMode);
+        insert.BindInt64(19, v.artFilter);
+        insert.BindInt64(20, v.focusMode);
+        insert.BindInt64(21, v.paramFlag);
+        bool stepped = insert.Step() == SQLITE_DONE;
+        inserted = insert.Finalize() == SQLITE_OK && stepped;
+    }
+    if (inserted) return S_OK;
+    if (!retry) return E_FAIL;
+    // A row of that file_id stands in the way of the unique index: replace it.
+    DeleteMetaRecord(fileId);
+    return InsertMetaRow(fileId, v, 0);
+}
+
+HRESULT CSQLiteFileBasicDB::UpdateMetaRecord(uint64_t fileId, IZanDB4FileDBRecord* fileRecord) {
+    if (fileRecord == nullptr) return E_INVALIDARG;
+    BeginTransaction();
+    ComPtr<IZanDB4FileMetaDBRecord> meta;
+    if (fileRecord->GetMetaRecord(meta.Receive()) != S_OK || !meta) return DeleteMetaRecord(fileId);
+    if (!HasMetaRecord(fileId)) return InsertMetaRecord(fileId, fileRecord, 1);
+    // Every column is written, whatever the record's changed flag says.
+    return UpdateMetaRow(fileId, MetaValuesOf(meta.Get()));
+}
+
+HRESULT CSQLiteFileBasicDB::UpdateMetaRow(uint64_t fileId, const MetaRowValues& v) {
+    BeginTransaction();
+    Statement update(m_db, kUpdateMetaRow);
+    if (!update.IsPrepared()) return E_FAIL;
+    update.BindBlob(1, v.filterData, static_cast<int>(v.filterDataSize));
+    update.BindInt64(2, v.fileSize);
+    update.BindInt64(3, v.fileUpdateDate);
+    update.BindInt64(4, v.duration);
+    update.BindInt64(5, v.pixelWidth);
+    update.BindInt64(6, v.pixelHeight);
+    update.BindInt64(7, v.panoramaNumber);
+    update.BindInt64(8, v.driveNumber);
+    update.BindInt64(9, v.frameRate);
+    update.BindInt64(10, v.gpsAltitude);
+    update.BindInt64(11, v.gpsDirection);
+    update.BindText(12, v.gpsAreaInfo);
+    update.BindText(13, v.modelName);
+    update.BindInt64(14, v.pictureMode);
+    update.BindInt64(15, v.finishingMode);
+    update.BindInt64(16, v.artFilter);
+    update.BindInt64(17, v.focusMode);
+    update.BindInt64(18, v.paramFlag);
+    update.BindInt64(19, v.importDate);
+    update.BindInt64(20, v.importClass);
+    update.BindInt64(21, static_cast<int64_t>(fileId));
+    if (update.Step() != SQLITE_DONE) return E_FAIL;
+    return zandb4::ResultOf(update.Finalize());
+}
+
+HRESULT CSQLiteFileBasicDB::DeleteMetaRecord(uint64_t fileId) {
+    BeginTransaction();
+    Statement remove(m_db, kDeleteMetaRow);
+    if (!remove.IsPrepared()) return E_FAIL;
+    remove.BindInt64(1, static_cast<int64_t>(fileId));
+    return remove.Step() == SQLITE_DONE ? S_OK : E_FAIL;
+}
+
+BOOL CSQLiteFileBasicDB::HasMetaRecord(uint64_t fileId) {
+    Statement count(m_db, kCountMetaRows);
+    if (!count.IsPrepared()) return 0;
+    count.BindInt64(1, static_cast<int64_t>(fileId));
+    return count.Step() == SQLITE_ROW && count.ColumnInt64(0) > 0 ? 1 : 0;
+}
+
+namespace {
+
+// Appends a record per row of select, one reference each; E_FAIL when
+// nothing was appended. "model_name!=''" is false for NULL too, so rows
+// without a model are skipped either way.
+HRESULT AppendMetaRecords(sqlite3* db, const WCHAR* sql, CZanTList<IZanDB4FileMetaDBRecord*>& records) {
+    Statement select(db, sql);
+    if (!select.IsPrepared()) return E_FAIL;
+    bool appended = false;
+    while (select.Step() == SQLITE_ROW) {
+        ComPtr<IZanDB4FileMetaDBRecord> record = MetaRecordFromRow(select);
+        if (!record) continue;
+        records.AddTail(record.Detach());
+        appended = true;
+    }
+    return appended ? S_OK : E_FAIL;
+}
+
+}  // namespace
+
+HRESULT CSQLiteFileBasicDB::ListMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records) {
+    return AppendMetaRecords(m_db, kSelectAllMeta, records);
+}
+
+HRESULT CSQLiteFileBasicDB::ListModelMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records) {
+    return AppendMetaRecords(m_db, kSelectModelMeta, records);
+}
+
+HRESULT CSQLiteFileBasicDB::ForEachModelMetaRecord(ZanDB4MetaRecordCallback callback, void* context) {
+    if (callback == nullptr) return E_INVALIDARG;
+    Statement select(m_db, kSelectModelMeta);
+    if (!select.IsPrepared()) return E_FAIL;
+    while (select.Step() == SQLITE_ROW) {
+        ComPtr<IZanDB4FileMetaDBRecord> record = MetaRecordFromRow(select);
+        if (!record) continue;
+        if (callback(record.Get(), context) != 0) break;
+    }
+    return S_OK;
+}
