@@ -43,8 +43,8 @@ HRESULT CSQLiteFileBasicDB::AddImportHistory(int64_t importDate, uint32_t import
     Statement insert(m_db, kInsertHistory);
     if (!insert.IsPrepared()) return E_FAIL;
     insert.BindInt64(1, importDate);
-    insert.BindInt64(2, importClass);
-    insert.BindInt64(3, attribute);
+    insert.BindInt(2, static_cast<int32_t>(importClass));
+    insert.BindInt(3, static_cast<int32_t>(attribute));
     if (insert.Step() != SQLITE_DONE) return E_FAIL;
     return zandb4::ResultOf(insert.Finalize());
 }
@@ -53,9 +53,9 @@ HRESULT CSQLiteFileBasicDB::UpdateImportHistory(int64_t importDate, uint32_t imp
     BeginTransaction();
     Statement update(m_db, kUpdateHistory);
     if (!update.IsPrepared()) return E_FAIL;
-    update.BindInt64(1, attribute);
+    update.BindInt(1, static_cast<int32_t>(attribute));
     update.BindInt64(2, importDate);
-    update.BindInt64(3, importClass);
+    update.BindInt(3, static_cast<int32_t>(importClass));
     if (update.Step() != SQLITE_DONE) return E_FAIL;
     return zandb4::ResultOf(update.Finalize());
 }

@@ -82,7 +82,7 @@ HRESULT CZanTethraFileDB::AddFile(IZanDB4TethraImportFileRecord* record, uint64_
     insert.BindInt64(1, static_cast<int64_t>(id));
     insert.BindText(2, values.path);
     insert.BindInt64(3, values.importDate);
-    insert.BindInt64(4, values.attributes);
+    insert.BindInt(4, static_cast<int32_t>(values.attributes));
     // A path already listed fails here on the unique index. The id stays
     // drawn: this store never pools ids.
     if (insert.Step() != SQLITE_DONE) return E_FAIL;
@@ -100,7 +100,7 @@ HRESULT CZanTethraFileDB::UpdateFile(uint64_t id, IZanDB4TethraImportFileRecord*
     if (!update.IsPrepared()) return E_FAIL;
     update.BindText(1, values.path);
     update.BindInt64(2, values.importDate);
-    update.BindInt64(3, values.attributes);
+    update.BindInt(3, static_cast<int32_t>(values.attributes));
     update.BindInt64(4, static_cast<int64_t>(id));
     if (update.Step() != SQLITE_DONE) return E_FAIL;
     return zandb4::ResultOf(update.Finalize());

@@ -50,6 +50,8 @@ public:
     HRESULT NewID(uint32_t idType, uint64_t* outId) override;
 
     // The 21 columns of a meta_table row, dates packed, GPS halves joined.
+    // 32-bit values are bound as signed 32-bit integers, as every store binds
+    // flags and small numbers.
     struct MetaRowValues {
         const void* filterData = nullptr;  // borrowed for the call
         uint32_t filterDataSize = 0;
@@ -57,21 +59,21 @@ public:
         int64_t fileUpdateDate = 0;
         int64_t importDate = 0;
         int64_t duration = 0;
-        int64_t pixelWidth = 0;
-        int64_t pixelHeight = 0;
-        int64_t panoramaNumber = 0;
-        int64_t driveNumber = 0;
-        int64_t frameRate = 0;
-        int64_t importClass = 0;
+        uint32_t pixelWidth = 0;
+        uint32_t pixelHeight = 0;
+        uint32_t panoramaNumber = 0;
+        uint32_t driveNumber = 0;
+        uint32_t frameRate = 0;
+        uint32_t importClass = 0;
         int64_t gpsAltitude = 0;
         int64_t gpsDirection = 0;
         CZanTString gpsAreaInfo;
         CZanTString modelName;
-        int64_t pictureMode = 0;
-        int64_t finishingMode = 0;
-        int64_t artFilter = 0;
-        int64_t focusMode = 0;
-        int64_t paramFlag = 0;
+        uint32_t pictureMode = 0;
+        uint32_t finishingMode = 0;
+        uint32_t artFilter = 0;
+        uint32_t focusMode = 0;
+        uint32_t paramFlag = 0;
     };
     // The values of a metadata record, read through its getters. The filter
     // data stays the record's.

@@ -11,6 +11,7 @@
 #include "albums/import_db_record.h"
 #include "albums/import_mgr.h"
 #include "frame/database_registry.h"
+#include "records/file_db_record.h"
 #include "records/file_large_meta_data.h"
 #include "records/file_meta_db_record.h"
 #include "zandb4/exports.h"
@@ -29,7 +30,7 @@ struct FactoryRow {
 // In the order the factory compares them.
 const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4FileDBMgr, nullptr},
-    {&IID_IZanDB4FileDBRecord, nullptr},
+    {&IID_IZanDB4FileDBRecord, [] () -> IUnknown* { return new CZanDB4FileDBRecord(DatabaseRegistry::fileBasicDB); }},
     {&IID_IZanDB4QueryMgr, nullptr},
     {&IID_IZanDB4AlbumDBRecord, nullptr},
     {&IID_IZanDB4AlbumDBMgr, nullptr},

@@ -129,16 +129,19 @@ public:
     // count is read again; if it is still 1 and the cache holds this very
     // record under its id, the cache lets go, which zeroes the id and
     // destroys the record. If a new user found the record meanwhile, or the
-    // record never went through the cache, nothing happens here.
+    // record never went through the cache, nothing happens here. Answers
+    // whether the record was removed (and so destroyed).
     template <class Counter>
-    static void ReleaseIfOnlyCached(FileRecordCacheOf* const& registrySlot, Record* record, uint64_t fileId,
+    static bool ReleaseIfOnlyCached(FileRecordCacheOf* const& registrySlot, Record* record, uint64_t fileId,
                                     const Counter& currentCount) {
+        bool removed = false;
         Use(registrySlot, [&](FileRecordCacheOf& cache) {
             if (currentCount() != 1) return;
             auto found = cache.m_map.find(fileId);
             if (found == cache.m_map.end() || found->second != record) return;
-            cache.Remove(fileId);
+            removed = cache.Remove(fileId);
         });
+        return removed;
     }
 
 private:

@@ -1,0 +1,302 @@
+// CZanDB4FileDBRecord: the field accessors. Getters read their field first
+// (ignoring the read's outcome: an unread field gives its default), setters
+// write under the store's lock and mark the field in both masks. A null
+// pointer to a setter or getter is E_INVALIDARG with nothing changed.
+#include "records/file_db_record.h"
+
+#include "catalogue/file_basic_db.h"
+
+HRESULT CZanDB4FileDBRecord::ClearAll() {
+    ClearFields(kAllColumns);
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::GetFileID(uint64_t* outId) {
+    if (outId == nullptr) return E_INVALIDARG;
+    *outId = m_fileId;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetFileID(uint64_t id) {
+    // The key alone: no lock, no mask.
+    m_fileId = id;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::GetManage(uint32_t* outManage) {
+    if (outManage == nullptr) return E_INVALIDARG;
+    ReadFields(kManage, nullptr);
+    *outManage = m_manage;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetManage(const uint32_t* manage) {
+    if (manage == nullptr) return E_INVALIDARG;
+    return SetField(kManage, [&] { m_manage = *manage; });
+}
+
+HRESULT CZanDB4FileDBRecord::GetFilePath(CZanTString& outPath, uint32_t* outDiskVsn) {
+    ReadFields(kFilePath, nullptr);
+    outPath = m_filePath;
+    if (outDiskVsn != nullptr) *outDiskVsn = m_diskVsn;
+    return m_filePath.IsEmpty() ? E_FAIL : S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetFilePath(const WCHAR* path, const uint32_t* diskVsn) {
+    if (path == nullptr) return E_INVALIDARG;
+    return SetField(kFilePath, [&] {
+        m_filePath = path;
+        if (diskVsn != nullptr) m_diskVsn = *diskVsn;
+    });
+}
+
+HRESULT CZanDB4FileDBRecord::GetFileName(CZanTString& outName) {
+    ReadFields(kFileName, nullptr);
+    outName = m_fileName;
+    return m_fileName.IsEmpty() ? E_FAIL : S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetFileName(const WCHAR* name) {
+    if (name == nullptr) return E_INVALIDARG;
+    return SetField(kFileName, [&] { m_fileName = name; });
+}
+
+HRESULT CZanDB4FileDBRecord::SetFileFormat(const uint32_t* format) {
+    if (format == nullptr) return E_INVALIDARG;
+    return SetField(kFileFormat, [&] { m_fileFormat = *format; });
+}
+
+HRESULT CZanDB4FileDBRecord::GetFileFormat(uint32_t* outFormat) {
+    if (outFormat == nullptr) return E_INVALIDARG;
+    ReadFields(kFileFormat, nullptr);
+    *outFormat = m_fileFormat;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetShootingDateValue(const int64_t* packedDate) {
+    if (packedDate == nullptr) return E_INVALIDARG;
+    return SetField(kShootingDate, [&] { m_shootingDate = *packedDate; });
+}
+
+HRESULT CZanDB4FileDBRecord::SetShootingDate(const SYSTEMTIME* date) {
+    if (date == nullptr) return E_INVALIDARG;
+    return SetField(kShootingDate, [&] { m_shootingDate = CZanTDateTime(*date).GetPacked(); });
+}
+
+HRESULT CZanDB4FileDBRecord::GetShootingDate(SYSTEMTIME* outDate) {
+    if (outDate == nullptr) return E_INVALIDARG;
+    ReadFields(kShootingDate, nullptr);
+    // A field that stays unknown answers E_INVALIDARG with a zero date:
+    // callers tell "no row" from "no date" by it.
+    if ((m_knownMask & kShootingDate) == 0) {
+        *outDate = SYSTEMTIME{};
+        return E_INVALIDARG;
+    }
+    *outDate = CZanTDateTime(m_shootingDate).m_time;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::GetShootingDateValue(int64_t* outPackedDate) {
+    if (outPackedDate == nullptr) return E_INVALIDARG;
+    ReadFields(kShootingDate, nullptr);
+    *outPackedDate = (m_knownMask & kShootingDate) != 0 ? m_shootingDate : 0;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetThumbnailSize(const uint16_t* width, const uint16_t* height) {
+    if (width == nullptr && height == nullptr) return E_INVALIDARG;
+    // Read first, so that the side left out keeps the row's value.
+    ReadFields(kThumbnailSize, nullptr);
+    return SetField(kThumbnailSize, [&] {
+        if (width != nullptr) m_thumbnailWidth = *width;
+        if (height != nullptr) m_thumbnailHeight = *height;
+    });
+}
+
+HRESULT CZanDB4FileDBRecord::GetThumbnailSize(uint32_t* outWidth, uint32_t* outHeight) {
+    if (outWidth == nullptr && outHeight == nullptr) return E_INVALIDARG;
+    ReadFields(kThumbnailSize, nullptr);
+    if (outWidth != nullptr) *outWidth = m_thumbnailWidth;
+    if (outHeight != nullptr) *outHeight = m_thumbnailHeight;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetThumbnailOrientation(const uint16_t* orientation) {
+    if (orientation == nullptr) return E_INVALIDARG;
+    return SetField(kThumbnailOrientation, [&] { m_thumbnailOrientation = *orientation; });
+}
+
+HRESULT CZanDB4FileDBRecord::GetThumbnailOrientation(uint16_t* outOrientation) {
+    if (outOrientation == nullptr) return E_INVALIDARG;
+    ReadFields(kThumbnailOrientation, nullptr);
+    *outOrientation = m_thumbnailOrientation;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetGPS(const float* latitude, const float* longitude) {
+    if (latitude == nullptr && longitude == nullptr) return E_INVALIDARG;
+    // A missing side counts as 0.0 for the range test only.
+    float testLatitude = latitude != nullptr ? *latitude : 0.0f;
+    float testLongitude = longitude != nullptr ? *longitude : 0.0f;
+    if (!(testLatitude >= -90.0f && testLatitude <= 90.0f) || !(testLongitude >= -180.0f && testLongitude <= 180.0f))
+        return E_INVALIDARG;
+    ReadFields(kGps, nullptr);
+    return SetField(kGps, [&] {
+        if (latitude != nullptr) m_latitude = *latitude;
+        if (longitude != nullptr) m_longitude = *longitude;
+    });
+}
+
+HRESULT CZanDB4FileDBRecord::GetGPS(float* outLatitude, float* outLongitude) {
+    if (outLatitude == nullptr && outLongitude == nullptr) return E_INVALIDARG;
+    ReadFields(kGps, nullptr);
+    if (outLatitude != nullptr) *outLatitude = m_latitude;
+    if (outLongitude != nullptr) *outLongitude = m_longitude;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetFileAttributes(const uint32_t* attributes) {
+    if (attributes == nullptr) return E_INVALIDARG;
+    return SetField(kFileAttributes, [&] { m_fileAttributes = *attributes; });
+}
+
+HRESULT CZanDB4FileDBRecord::GetFileAttributes(uint32_t* outAttributes) {
+    if (outAttributes == nullptr) return E_INVALIDARG;
+    ReadFields(kFileAttributes, nullptr);
+    *outAttributes = m_fileAttributes;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetDidEdit(const uint8_t* didEdit) {
+    if (didEdit == nullptr) return E_INVALIDARG;
+    return SetField(kDidEdit, [&] { m_didEdit = *didEdit; });
+}
+
+HRESULT CZanDB4FileDBRecord::GetDidEdit(uint8_t* outDidEdit) {
+    if (outDidEdit == nullptr) return E_INVALIDARG;
+    // Deliberately no read: a client sees did_edit only after some other
+    // read brought it in.
+    *outDidEdit = m_didEdit;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetIsFavorite(const uint8_t* isFavorite) {
+    if (isFavorite == nullptr) return E_INVALIDARG;
+    return SetField(kIsFavorite, [&] { m_isFavorite = *isFavorite; });
+}
+
+HRESULT CZanDB4FileDBRecord::GetIsFavorite(uint8_t* outIsFavorite) {
+    if (outIsFavorite == nullptr) return E_INVALIDARG;
+    ReadFields(kIsFavorite, nullptr);
+    *outIsFavorite = m_isFavorite;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetDidDetectFace(const uint8_t* didDetectFace) {
+    if (didDetectFace == nullptr) return E_INVALIDARG;
+    return SetField(kDidDetectFace, [&] { m_didDetectFace = *didDetectFace; });
+}
+
+HRESULT CZanDB4FileDBRecord::GetDidDetectFace(uint8_t* outDidDetectFace) {
+    if (outDidDetectFace == nullptr) return E_INVALIDARG;
+    ReadFields(kDidDetectFace, nullptr);
+    *outDidDetectFace = m_didDetectFace;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetParent(const uint64_t* parentId, const SYSTEMTIME* parentDate) {
+    if (parentId == nullptr || parentDate == nullptr) return E_INVALIDARG;
+    return SetField(kParent, [&] {
+        m_parentId = *parentId;
+        m_parentShootingDate = CZanTDateTime(*parentDate).GetPacked();
+    });
+}
+
+HRESULT CZanDB4FileDBRecord::GetParent(uint64_t* outParentId, SYSTEMTIME* outDate) {
+    if (outParentId == nullptr) return E_INVALIDARG;
+    // The read brings in parent_id alone; the date is the member as it
+    // stands, which only SetParent in this object's life fills.
+    ReadFields(kParent, nullptr);
+    *outParentId = m_parentId;
+    if (outDate != nullptr) *outDate = CZanTDateTime(m_parentShootingDate).m_time;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetUploadFlag(const uint8_t* uploadFlag) {
+    if (uploadFlag == nullptr) return E_INVALIDARG;
+    return SetField(kUploadFlag, [&] { m_uploadFlag = *uploadFlag; });
+}
+
+HRESULT CZanDB4FileDBRecord::GetUploadFlag(uint8_t* outUploadFlag) {
+    if (outUploadFlag == nullptr) return E_INVALIDARG;
+    ReadFields(kUploadFlag, nullptr);
+    *outUploadFlag = m_uploadFlag;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetClassifyID(const uint8_t* classifyId) {
+    if (classifyId == nullptr) return E_INVALIDARG;
+    return SetField(kClassifyId, [&] { m_classifyId = *classifyId; });
+}
+
+HRESULT CZanDB4FileDBRecord::GetClassifyID(uint8_t* outClassifyId) {
+    if (outClassifyId == nullptr) return E_INVALIDARG;
+    ReadFields(kClassifyId, nullptr);
+    *outClassifyId = m_classifyId;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::SetAlbumID(const uint64_t* albumId) {
+    if (albumId == nullptr) return E_INVALIDARG;
+    return SetField(kAlbumId, [&] {
+        // Both the album left and the album joined are recounted at the
+        // store's next Commit. The old value is not read first: a record
+        // that never read album_id notes nothing for its old album.
+        if (m_store != nullptr) {
+            if (m_albumId != 0) m_store->m_albumRecount.insert(m_albumId);
+            if (*albumId != 0) m_store->m_albumRecount.insert(*albumId);
+        }
+        m_albumId = *albumId;
+    });
+}
+
+HRESULT CZanDB4FileDBRecord::GetAlbumID(uint64_t* outAlbumId) {
+    if (outAlbumId == nullptr) return E_INVALIDARG;
+    ReadFields(kAlbumId, nullptr);
+    *outAlbumId = m_albumId;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::AddTag(const uint64_t* tagId) {
+    if (tagId == nullptr) return E_INVALIDARG;
+    ReadRelations(kTagSet);
+    return SetField(kTagSet, [&] { m_tags.insert(*tagId); });
+}
+
+HRESULT CZanDB4FileDBRecord::RemoveTag(const uint64_t* tagId) {
+    if (tagId == nullptr) return E_INVALIDARG;
+    ReadRelations(kTagSet);
+    return SetField(kTagSet, [&] { m_tags.erase(*tagId); });
+}
+
+HRESULT CZanDB4FileDBRecord::ClearTags() {
+    // No fetch: the next save deletes the row's tags whether or not they
+    // were ever read.
+    return SetField(kTagSet, [&] { m_tags.clear(); });
+}
+
+HRESULT CZanDB4FileDBRecord::GetTagCount(uint32_t* outCount) {
+    if (outCount == nullptr) return E_INVALIDARG;
+    ReadRelations(kTagSet);
+    *outCount = static_cast<uint32_t>(m_tags.size());
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::GetTagList(CArray<uint64_t>* outTags) {
+    if (outTags == nullptr) return E_INVALIDARG;
+    ReadRelations(kTagSet);
+    CZanTArray<uint64_t> tags(outTags);
+    tags.RemoveAll();
+    for (uint64_t tag : m_tags) tags.Add(tag);
+    return m_tags.empty() ? E_FAIL : S_OK;
+}

@@ -1,0 +1,336 @@
+// CZanDB4FileDBRecord: reading fields from a row, fetching relations, the
+// metadata record, the masks, ClearFields, Clone, and the two-stage Release.
+#include "catalogue/file_basic_db.h"
+#include "frame/com_ptr.h"
+#include "frame/database_registry.h"
+#include "frame/factory.h"
+#include "records/file_db_record.h"
+#include "storage/statement.h"
+
+using zandb4::ComPtr;
+using zandb4::Statement;
+
+namespace {
+
+constexpr WCHAR kSelectRow[] = u"SELECT * FROM file_table WHERE file_id=? LIMIT 1";
+constexpr WCHAR kSelectTags[] = u"SELECT * FROM tag_file_table WHERE file_id=?";
+
+}  // namespace
+
+// How each field comes out of a row: its mask bit, its column in "SELECT *"
+// and in the short column list (-1: not selected there), and its reader.
+// The order is the order fields are filled in.
+struct FileRecordFields {
+    using Reader = void (*)(CZanDB4FileDBRecord& record, const Statement& row, int column, bool shortRow);
+    struct Field {
+        uint32_t bit;
+        int fullColumn;
+        int shortColumn;
+        Reader read;
+    };
+
+    static uint8_t Flag(const Statement& row, int column) { return row.ColumnInt64(column) != 0 ? 1 : 0; }
+
+    static constexpr Field kFields[] = {
+        {CZanDB4FileDBRecord::kManage, 16, 12,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
+             r.m_manage = static_cast<uint32_t>(row.ColumnInt64(c));
+         }},
+        {CZanDB4FileDBRecord::kFilePath, 1, 1,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
+             r.m_filePath = row.ColumnText(c);
+             r.m_diskVsn = static_cast<uint32_t>(row.ColumnInt64(c + 1));
+         }},
+        {CZanDB4FileDBRecord::kFileName, 4, -1,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_fileName = row.ColumnText(c); }},
+        {CZanDB4FileDBRecord::kFileFormat, 5, 3,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
+             r.m_fileFormat = static_cast<uint32_t>(row.ColumnInt64(c));
+         }},
+        {CZanDB4FileDBRecord::kShootingDate, 6, 4,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_shootingDate = row.ColumnInt64(c); }},
+        {CZanDB4FileDBRecord::kThumbnailSize, 10, 7,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
+             // Width in the high 16 bits, height in the low 16 bits.
+             uint64_t size = static_cast<uint64_t>(row.ColumnInt64(c));
+             r.m_thumbnailWidth = static_cast<uint16_t>(size >> 16);
+             r.m_thumbnailHeight = static_cast<uint16_t>(size);
+         }},
+        {CZanDB4FileDBRecord::kThumbnailOrientation, 11, 8,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
+             r.m_thumbnailOrientation = static_cast<uint16_t>(row.ColumnInt64(c));
+         }},
+        {CZanDB4FileDBRecord::kGps, 7, 5,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
+             r.m_latitude = static_cast<float>(row.ColumnDouble(c));
+             r.m_longitude = static_cast<float>(row.ColumnDouble(c + 1));
+         }},
+        {CZanDB4FileDBRecord::kFileAttributes, 9, -1,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
+             r.m_fileAttributes = static_cast<uint32_t>(row.ColumnInt64(c));
+         }},
+        {CZanDB4FileDBRecord::kDidEdit, 12, 9,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_didEdit = Flag(row, c); }},
+        {CZanDB4FileDBRecord::kIsFavorite, 13, 10,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_isFavorite = Flag(row, c); }},
+        {CZanDB4FileDBRecord::kDidDetectFace, 14, -1,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_didDetectFace = Flag(row, c); }},
+        {CZanDB4FileDBRecord::kAlbumId, 15, 11,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
+             r.m_albumId = static_cast<uint64_t>(row.ColumnInt64(c));
+         }},
+        {CZanDB4FileDBRecord::kParent, 17, 13,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
+             // parent_shooting_date is deliberately not read.
+             r.m_parentId = static_cast<uint64_t>(row.ColumnInt64(c));
+         }},
+        {CZanDB4FileDBRecord::kUploadFlag, 19, 14,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_uploadFlag = Flag(row, c); }},
+        {CZanDB4FileDBRecord::kClassifyId, 20, 15,
+         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool shortRow) {
+             // The short read keeps only whether there is a class; the full
+             // read keeps its low 8 bits. Callers rely on the difference.
+             r.m_classifyId = shortRow ? Flag(row, c) : static_cast<uint8_t>(row.ColumnInt64(c));
+         }},
+    };
+
+    static void Fill(CZanDB4FileDBRecord& record, uint32_t mask, const Statement& row, bool shortRow) {
+        for (const Field& field : kFields) {
+            if ((mask & field.bit) == 0 || (record.m_knownMask & field.bit) != 0) continue;
+            int column = shortRow ? field.shortColumn : field.fullColumn;
+            if (column < 0) continue;
+            field.read(record, row, column, shortRow);
+            record.m_knownMask |= field.bit;
+        }
+    }
+};
+
+std::unique_lock<CCriticalSection> CZanDB4FileDBRecord::LockStore() {
+    if (m_store == nullptr) return {};
+    return std::unique_lock<CCriticalSection>(m_store->m_lock);
+}
+
+HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, const Statement* row) {
+    // "Any", not "all": a partial record is not completed by a wide request.
+    if ((mask & m_knownMask) != 0) return S_OK;
+    auto lock = LockStore();
+    if (row != nullptr) {
+        FileRecordFields::Fill(*this, mask, *row, false);
+        return S_OK;
+    }
+    if (m_store == nullptr || m_fileId == 0) return E_FAIL;
+    Statement select(m_store->m_db, kSelectRow);
+    if (!select.IsPrepared()) return E_FAIL;
+    select.BindInt64(1, static_cast<int64_t>(m_fileId));
+    if (select.Step() != SQLITE_ROW) return E_FAIL;
+    FileRecordFields::Fill(*this, mask, select, false);
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::ReadShortRow(uint32_t mask, const Statement& row) {
+    if ((mask & m_knownMask) != 0) return S_OK;
+    auto lock = LockStore();
+    FileRecordFields::Fill(*this, mask, row, true);
+    return S_OK;
+}
+
+void CZanDB4FileDBRecord::ReadRelations(uint32_t mask) {
+    if ((mask & m_knownMask) != 0) return;
+    if ((mask & kTagSet) != 0) {
+        auto lock = LockStore();
+        // The set is read only when the bit is set by now, which the test
+        // above has already excluded: a record's tags are not fetched from
+        // the row this way, and a tag set starts empty unless it was given
+        // its tags. Callers depend on this; it stays as it is.
+        if ((m_knownMask & kTagSet) != 0 && m_store != nullptr) {
+            m_tags.clear();
+            Statement select(m_store->m_db, kSelectTags);
+            if (select.IsPrepared()) {
+                select.BindInt64(1, static_cast<int64_t>(m_fileId));
+                while (select.Step() == SQLITE_ROW) m_tags.insert(static_cast<uint64_t>(select.ColumnInt64(0)));
+            }
+            if (!m_tags.empty()) m_knownMask |= kTagSet;
+        }
+    }
+    if ((mask & kMetaRecord) != 0 && (m_knownMask & kMetaRecord) == 0) {
+        auto lock = LockStore();
+        if (m_metaRecord != nullptr || m_store == nullptr) return;
+        ComPtr<IZanDB4FileMetaDBRecord> found;
+        if (m_store->FindMetaRecord(found.Receive(), m_fileId) != S_OK) return;
+        SetMetaRecordRaw(found.Get());
+        // What was read from the row is not a change.
+        m_changedMask &= ~kMetaRecord;
+    }
+}
+
+HRESULT CZanDB4FileDBRecord::SetMetaRecordRaw(IZanDB4FileMetaDBRecord* record) {
+    auto lock = LockStore();
+    if (record == m_metaRecord) return S_OK;
+    if (m_metaRecord != nullptr) m_metaRecord->Release();
+    m_metaRecord = nullptr;
+    if (record != nullptr) {
+        record->SetFileID(m_fileId);
+        record->AddRef();
+        m_metaRecord = record;
+    }
+    m_knownMask |= kMetaRecord;
+    m_changedMask |= kMetaRecord;
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::GetMetaRecord(IZanDB4FileMetaDBRecord** outRecord) {
+    if (outRecord == nullptr) return E_INVALIDARG;
+    ReadRelations(kMetaRecord);
+    auto lock = LockStore();
+    *outRecord = m_metaRecord;
+    if (m_metaRecord == nullptr) return E_FAIL;
+    m_metaRecord->AddRef();
+    return S_OK;
+}
+
+HRESULT CZanDB4FileDBRecord::AttachMetaRecord(IZanDB4FileMetaDBRecord* record) {
+    if (record == nullptr) return E_INVALIDARG;
+    // The bits are set even when the record held is the same one.
+    return SetField(kMetaRecord, [&] { SetMetaRecordRaw(record); });
+}
+
+HRESULT CZanDB4FileDBRecord::DetachMetaRecord() {
+    return SetField(kMetaRecord, [&] { SetMetaRecordRaw(nullptr); });
+}
+
+BOOL CZanDB4FileDBRecord::IsChanged(uint32_t mask) {
+    return mask == 0 ? m_changedMask != 0 : (m_changedMask & mask) != 0;
+}
+
+BOOL CZanDB4FileDBRecord::MarkColumnsChanged(BOOL changed) {
+    auto lock = LockStore();
+    if (changed) {
+        m_changedMask |= kAllColumns;
+        m_knownMask |= kAllColumns;
+    } else {
+        m_changedMask &= ~kAllColumns;
+    }
+    return changed;
+}
+
+BOOL CZanDB4FileDBRecord::GetChangedMask(uint32_t* outMask) {
+    uint32_t mask = m_changedMask;
+    if (outMask != nullptr) *outMask = mask;
+    return mask != 0;
+}
+
+BOOL CZanDB4FileDBRecord::MarkRelationsChanged(BOOL changed) {
+    auto lock = LockStore();
+    if (changed)
+        m_changedMask |= m_knownMask & kRelations;
+    else
+        m_changedMask &= ~kRelations;
+    return changed;
+}
+
+BOOL CZanDB4FileDBRecord::GetRelationsChangedMask(uint32_t* outMask) {
+    uint32_t mask = m_changedMask & kRelations;
+    if (outMask != nullptr) *outMask = mask;
+    return mask != 0;
+}
+
+BOOL CZanDB4FileDBRecord::ClearFields(uint32_t mask) {
+    if (mask == 0) return 0;
+    auto lock = LockStore();
+    m_changedMask |= mask;
+    // The known mask stays: a cleared field is known to be empty, and a
+    // later read does not bring the row's value back. disk_vsn and
+    // classify_id are not cleared; classify_id's bit only reaches the
+    // changed mask.
+    if (mask & kManage) m_manage = 0;
+    if (mask & kFilePath) m_filePath.Empty();
+    if (mask & kFileName) m_fileName.Empty();
+    if (mask & kFileFormat) m_fileFormat = 0;
+    if (mask & kShootingDate) m_shootingDate = 0;
+    if (mask & kThumbnailSize) m_thumbnailWidth = m_thumbnailHeight = 0;
+    if (mask & kThumbnailOrientation) m_thumbnailOrientation = 0;
+    if (mask & kGps) m_latitude = m_longitude = 0;
+    if (mask & kFileAttributes) m_fileAttributes = 0;
+    if (mask & kDidEdit) m_didEdit = 0;
+    if (mask & kIsFavorite) m_isFavorite = 0;
+    if (mask & kDidDetectFace) m_didDetectFace = 0;
+    if (mask & kParent) {
+        m_parentId = 0;
+        m_parentShootingDate = 0;
+    }
+    if (mask & kUploadFlag) m_uploadFlag = 0;
+    if (mask & kAlbumId) m_albumId = 0;
+    return 1;
+}
+
+HRESULT CZanDB4FileDBRecord::Clone(IZanDB4FileDBRecord** outRecord) {
+    if (outRecord == nullptr) return E_INVALIDARG;
+    auto lock = LockStore();
+    ComPtr<IZanDB4FileDBRecord> clone;
+    HRESULT made = zandb4::CreateInstance(IID_IZanDB4FileDBRecord, reinterpret_cast<void**>(clone.Receive()));
+    if (made != S_OK) return made;
+
+    // Through the getters and setters, so the clone's changed mask names
+    // every copied field and it saves as a new row. No file_id, and on
+    // purpose no upload flag, class, tags or metadata record.
+    uint32_t number = 0;
+    GetManage(&number);
+    clone->SetManage(&number);
+    CZanTString text;
+    uint32_t diskVsn = 0;
+    GetFilePath(text, &diskVsn);
+    clone->SetFilePath(text.GetString(), &diskVsn);
+    GetFileName(text);
+    clone->SetFileName(text.GetString());
+    GetFileFormat(&number);
+    clone->SetFileFormat(&number);
+    int64_t date = 0;
+    GetShootingDateValue(&date);
+    clone->SetShootingDateValue(&date);
+    uint32_t width = 0, height = 0;
+    GetThumbnailSize(&width, &height);
+    uint16_t width16 = static_cast<uint16_t>(width), height16 = static_cast<uint16_t>(height);
+    clone->SetThumbnailSize(&width16, &height16);
+    uint16_t orientation = 0;
+    GetThumbnailOrientation(&orientation);
+    clone->SetThumbnailOrientation(&orientation);
+    float latitude = 0, longitude = 0;
+    GetGPS(&latitude, &longitude);
+    clone->SetGPS(&latitude, &longitude);
+    GetFileAttributes(&number);
+    clone->SetFileAttributes(&number);
+    uint8_t flag = 0;
+    GetDidEdit(&flag);
+    clone->SetDidEdit(&flag);
+    GetIsFavorite(&flag);
+    clone->SetIsFavorite(&flag);
+    GetDidDetectFace(&flag);
+    clone->SetDidDetectFace(&flag);
+    uint64_t id = 0;
+    GetAlbumID(&id);
+    clone->SetAlbumID(&id);
+    SYSTEMTIME parentDate{};
+    GetParent(&id, &parentDate);
+    clone->SetParent(&id, &parentDate);
+
+    *outRecord = clone.Detach();
+    return S_OK;
+}
+
+ULONG CZanDB4FileDBRecord::Release() {
+    int32_t count = --m_refCount;
+    if (count == 0) {
+        delete this;
+        return 0;
+    }
+    if (count != 1) return static_cast<ULONG>(count);
+    // The one reference left may be the cache's: if so, the cache lets go
+    // and the record is gone.
+    bool removed = zandb4::FileRecordCache::ReleaseIfOnlyCached(zandb4::DatabaseRegistry::fileRecordCache, this,
+                                                                m_fileId, [this] { return m_refCount.load(); });
+    return removed ? 0 : 1;
+}
+
+CZanDB4FileDBRecord::~CZanDB4FileDBRecord() {
+    if (m_metaRecord != nullptr) m_metaRecord->Release();
+}
