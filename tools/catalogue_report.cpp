@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -14,25 +15,53 @@ namespace fs = std::filesystem;
 namespace zandb4::tool {
 namespace {
 
-// The version row of a store, or a word on why there is none.
-std::string DescribeStore(const fs::path& file) {
+// One integer from a statement with no arguments; nullopt when it fails.
+std::optional<int64_t> QueryInteger(sqlite3* db, const std::string& sql) {
+    sqlite3_stmt* statement = nullptr;
+    std::optional<int64_t> value;
+    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr) == SQLITE_OK &&
+        sqlite3_step(statement) == SQLITE_ROW)
+        value = sqlite3_column_int64(statement, 0);
+    sqlite3_finalize(statement);
+    return value;
+}
+
+std::vector<std::string> TableNames(sqlite3* db) {
+    std::vector<std::string> names;
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(db, "SELECT name FROM sqlite_master WHERE type='table' ORDER BY rowid", -1, &statement,
+                           nullptr) == SQLITE_OK) {
+        while (sqlite3_step(statement) == SQLITE_ROW)
+            names.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)));
+    }
+    sqlite3_finalize(statement);
+    return names;
+}
+
+// The version row of a store (or a word on why there is none), its page
+// size, and the row count of each of its tables in the order they were made.
+void DescribeStore(const fs::path& file, const std::string& shown, std::ostream& out) {
     sqlite3* db = nullptr;
-    std::string description;
+    out << "  " << shown << "  ";
     if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
-        description = "cannot be opened";
-    } else {
-        sqlite3_stmt* statement = nullptr;
-        if (sqlite3_prepare_v2(db, "SELECT version FROM version_info_table", -1, &statement, nullptr) != SQLITE_OK) {
-            description = sqlite3_errcode(db) == SQLITE_NOTADB ? "not a database" : "no version row (version 0)";
-        } else if (sqlite3_step(statement) == SQLITE_ROW) {
-            description = "version " + std::to_string(sqlite3_column_int64(statement, 0));
-        } else {
-            description = "empty version table (version 0)";
-        }
-        sqlite3_finalize(statement);
+        out << "cannot be opened\n";
+        sqlite3_close(db);
+        return;
+    }
+    std::optional<int64_t> version = QueryInteger(db, "SELECT version FROM version_info_table");
+    if (!version && sqlite3_errcode(db) == SQLITE_NOTADB) {
+        out << "not a database\n";
+        sqlite3_close(db);
+        return;
+    }
+    out << "version " << version.value_or(0);
+    if (std::optional<int64_t> pageSize = QueryInteger(db, "PRAGMA page_size")) out << ", page size " << *pageSize;
+    out << "\n";
+    for (const std::string& table : TableNames(db)) {
+        std::optional<int64_t> rows = QueryInteger(db, "SELECT COUNT(*) FROM \"" + table + "\"");
+        out << "    " << table << ": " << rows.value_or(-1) << (rows.value_or(-1) == 1 ? " row\n" : " rows\n");
     }
     sqlite3_close(db);
-    return description;
 }
 
 void ReportFolder(const fs::path& root, const std::string& name, std::ostream& out) {
@@ -52,7 +81,7 @@ void ReportFolder(const fs::path& root, const std::string& name, std::ostream& o
         if (entry.is_directory(error))
             out << "  " << shown << "/\n";
         else if (entry.path().extension() == ".db")
-            out << "  " << shown << "  " << DescribeStore(entry.path()) << "\n";
+            DescribeStore(entry.path(), shown, out);
         else
             out << "  " << shown << "\n";
     }

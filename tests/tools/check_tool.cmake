@@ -44,11 +44,15 @@ expect("information/" "${out}" "init output")
 if(NOT IS_DIRECTORY ${WORK}/root/database OR NOT IS_DIRECTORY ${WORK}/root/information)
   message(FATAL_ERROR "init did not make the folders")
 endif()
+expect("database/FileBasic.db  version 1201, page size 4096" "${out}" "init output")
+expect("    file_table: 0 rows" "${out}" "init output")
+expect("    main_image_cache_file_table: 0 rows" "${out}" "init output")
 set(init_out "${out}")
 run(0 info ${WORK}/root)
 if(NOT out STREQUAL init_out)
   message(FATAL_ERROR "info differs from init:\n${out}\n---\n${init_out}")
 endif()
+
 
 # a root that is a file
 file(WRITE ${WORK}/afile "x")
