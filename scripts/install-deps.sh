@@ -2,19 +2,26 @@
 # Installs the Debian packages the build needs, if any is missing.
 set -euo pipefail
 
-packages=(cmake g++ make libsqlite3-dev googletest libgtest-dev libgmock-dev libbenchmark-dev binutils)
+packages=(cmake g++ make libsqlite3-dev googletest libgtest-dev libgmock-dev libbenchmark-dev binutils locales)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
 done
-if [ ${#missing[@]} -eq 0 ]; then
-  exit 0
-fi
-echo "installing: ${missing[*]}"
 run_as_root=()
 if [ "$(id -u)" -ne 0 ]; then
   run_as_root=(sudo)
 fi
-export DEBIAN_FRONTEND=noninteractive
-"${run_as_root[@]}" apt-get update -q
-"${run_as_root[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "installing: ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  "${run_as_root[@]}" apt-get update -q
+  "${run_as_root[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"
+fi
+
+# The tests show that text handling does not depend on the process locale,
+# under a Turkish locale (dotted and dotless i) and one with a decimal comma.
+for locale in tr_TR de_DE; do
+  if ! locale -a 2>/dev/null | grep -qi "^${locale}\.utf-\?8$"; then
+    "${run_as_root[@]}" localedef -i "$locale" -f UTF-8 "${locale}.UTF-8"
+  fi
+done

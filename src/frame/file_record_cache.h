@@ -88,13 +88,14 @@ public:
     ULONG Release() {
         int32_t count = --m_refCount;
         if (count != 0) return static_cast<ULONG>(count);
+        // The registry lets go first: records released while the cache
+        // empties itself then find no cache, instead of a dying one.
+        if (m_registrySlot != nullptr && *m_registrySlot == this) *m_registrySlot = nullptr;
         {
             CriticalSectionGuard guard(m_lock);
             Clear();
         }
-        FileRecordCacheOf** slot = m_registrySlot;
         delete this;
-        if (slot != nullptr) *slot = nullptr;
         return 0;
     }
 
@@ -113,7 +114,11 @@ public:
     static bool Use(FileRecordCacheOf* const& registrySlot, Work&& work) {
         FileRecordCacheOf* cache = registrySlot;
         if (cache == nullptr) return false;
-        cache->AddRef();
+        if (cache->AddRef() == 1) {
+            // The count was 0: the cache is on its way out. Leave it be.
+            --cache->m_refCount;
+            return false;
+        }
         bool ran = false;
         if (registrySlot != nullptr) {
             CriticalSectionGuard guard(cache->m_lock);
@@ -136,9 +141,11 @@ public:
                                     const Counter& currentCount) {
         bool removed = false;
         Use(registrySlot, [&](FileRecordCacheOf& cache) {
-            if (currentCount() != 1) return;
+            // Only while the cache holds this very record is it sure to be
+            // alive; its count is read after that.
             auto found = cache.m_map.find(fileId);
             if (found == cache.m_map.end() || found->second != record) return;
+            if (currentCount() != 1) return;
             removed = cache.Remove(fileId);
         });
         return removed;

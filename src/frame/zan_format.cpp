@@ -54,9 +54,18 @@ std::u16string FormatInteger(const Conversion& c, va_list& args) {
     } else {
         value = va_arg(args, int);
     }
-    if (l == "hh") value = isSigned ? static_cast<signed char>(value) : static_cast<unsigned char>(value);
-    else if (l == "h") value = isSigned ? static_cast<short>(value) : static_cast<unsigned short>(value);
-    else if (l.empty()) value = isSigned ? static_cast<int>(value) : static_cast<unsigned int>(value);
+    // Each branch converts on its own: a conditional expression would give
+    // both sides one (unsigned) type and lose the sign.
+    if (l == "hh") {
+        if (isSigned) value = static_cast<signed char>(value);
+        else value = static_cast<unsigned char>(value);
+    } else if (l == "h") {
+        if (isSigned) value = static_cast<short>(value);
+        else value = static_cast<unsigned short>(value);
+    } else if (l.empty()) {
+        if (isSigned) value = static_cast<int>(value);
+        else value = static_cast<unsigned int>(value);
+    }
     std::string spec = NarrowSpec(c, "ll");
     return Widen(isSigned ? zandb4::platform::FormatInCLocale(spec.c_str(), value)
                           : zandb4::platform::FormatInCLocale(spec.c_str(), static_cast<unsigned long long>(value)));

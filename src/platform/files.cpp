@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace zandb4::platform {
 
@@ -62,6 +63,15 @@ std::string LibraryFolder() {
     Dl_info info{};
     if (::dladdr(reinterpret_cast<void*>(&LibraryFolder), &info) == 0 || info.dli_fname == nullptr) return {};
     std::string path = info.dli_fname;
+    if (path.find('/') != std::string::npos && path.front() != '/') {
+        // A library or program started by a relative path: make it absolute
+        // while the working folder is still the one it was found from.
+        char* absolute = ::realpath(path.c_str(), nullptr);
+        if (absolute != nullptr) {
+            path = absolute;
+            std::free(absolute);
+        }
+    }
     if (path.find('/') == std::string::npos) {
         // A bare name means the main program; ask the process for its own path.
         char buffer[4096];

@@ -5,18 +5,18 @@
 #pragma once
 
 #include <clocale>
-#include <initializer_list>
 #include <string>
+#include <vector>
 
 namespace zandb4::testing {
 
 class ProcessLocaleGuard {
 public:
-    explicit ProcessLocaleGuard(std::initializer_list<const char*> candidates) {
+    explicit ProcessLocaleGuard(const std::vector<std::string>& candidates) {
         const char* current = std::setlocale(LC_ALL, nullptr);
         m_previous = current != nullptr ? current : "C";
-        for (const char* name : candidates) {
-            if (const char* set = std::setlocale(LC_ALL, name)) {
+        for (const std::string& name : candidates) {
+            if (const char* set = std::setlocale(LC_ALL, name.c_str())) {
                 m_active = set;
                 break;
             }
@@ -35,9 +35,9 @@ private:
 };
 
 // Locales whose decimal separator is a comma.
-#define ZANDB4_DECIMAL_COMMA_LOCALES \
-    { "de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "tr_TR.UTF-8", "tr_TR.utf8", "de_DE", "fr_FR" }
+inline const std::vector<std::string> kDecimalCommaLocales = {
+    "de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "tr_TR.UTF-8", "tr_TR.utf8", "de_DE", "fr_FR"};
 // Locales in which the small dotted i upper-cases to a capital dotted I.
-#define ZANDB4_TURKISH_LOCALES { "tr_TR.UTF-8", "tr_TR.utf8", "az_AZ.UTF-8", "az_AZ.utf8" }
+inline const std::vector<std::string> kTurkishLocales = {"tr_TR.UTF-8", "tr_TR.utf8", "az_AZ.UTF-8", "az_AZ.utf8"};
 
 }  // namespace zandb4::testing
