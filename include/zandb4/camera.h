@@ -57,7 +57,8 @@ public:
     virtual BOOL HasFileID(uint64_t id) = 0;
     // S_OK with *outRecord untouched when the path is not listed.
     virtual HRESULT GetFileByPath(const WCHAR* path, IZanDB4TethraImportFileRecord** outRecord) = 0;
-    // Appends every listed file, one reference each. An empty list is S_OK.
+    // Empties the caller's list (without releasing what it held), then
+    // appends every listed file, one reference each. An empty list is S_OK.
     virtual HRESULT GetAllFiles(CList<IZanDB4TethraImportFileRecord*>* outList) = 0;
     virtual HRESULT DeleteAllFiles() = 0;
     // Makes the open transaction durable.

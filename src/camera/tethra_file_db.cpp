@@ -157,8 +157,10 @@ HRESULT CZanTethraFileDB::GetFileByPath(const CZanTString& path, IZanDB4TethraIm
 
 HRESULT CZanTethraFileDB::GetAllFiles(CList<IZanDB4TethraImportFileRecord*>* outList) {
     if (outList == nullptr) return E_INVALIDARG;
-    // Rows are appended to whatever the caller's list holds already.
+    // The caller's list is emptied first, dropping its nodes without
+    // releasing what they pointed to, as every list operation does.
     CZanTList<IZanDB4TethraImportFileRecord*> list(outList);
+    list.RemoveAll();
     Statement select(m_db, kSelectAll);
     if (!select.IsPrepared()) return E_FAIL;
     while (select.Step() == SQLITE_ROW) {

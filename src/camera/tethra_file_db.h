@@ -24,8 +24,9 @@ public:
     virtual BOOL HasFileID(uint64_t id);
     // No row: S_OK with *outRecord as it was.
     virtual HRESULT GetFileByPath(const CZanTString& path, IZanDB4TethraImportFileRecord** outRecord);
-    // Appends a record per row to the list as it stands, one reference each;
-    // rows that cannot be read are left out. An empty table is S_OK.
+    // Empties the list (without releasing what it held), then appends a
+    // record per row, one reference each; rows that cannot be read are left
+    // out. An empty table is S_OK.
     virtual HRESULT GetAllFiles(CList<IZanDB4TethraImportFileRecord*>* outList);
     virtual HRESULT DeleteAllFiles();
 };

@@ -95,8 +95,8 @@ public:
     HRESULT UpdateMetaRow(uint64_t fileId, const MetaRowValues& values);
     HRESULT DeleteMetaRecord(uint64_t fileId);
     BOOL HasMetaRecord(uint64_t fileId);
-    // Append a record per row to the list as it stands, one reference each.
-    // E_FAIL when nothing was appended.
+    // Empty the list (without releasing what it held), then append a record
+    // per row, one reference each. E_FAIL when the list ends empty.
     HRESULT ListMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records);
     // Only rows with a model name (neither empty nor NULL).
     HRESULT ListModelMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records);

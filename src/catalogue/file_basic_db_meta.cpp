@@ -226,10 +226,12 @@ BOOL CSQLiteFileBasicDB::HasMetaRecord(uint64_t fileId) {
 
 namespace {
 
-// Appends a record per row of select, one reference each; E_FAIL when
-// nothing was appended. "model_name!=''" is false for NULL too, so rows
-// without a model are skipped either way.
-HRESULT AppendMetaRecords(sqlite3* db, const WCHAR* sql, CZanTList<IZanDB4FileMetaDBRecord*>& records) {
+// Empties the list (without releasing what it held), then appends a record
+// per row of select, one reference each; E_FAIL when the list ends empty.
+// "model_name!=''" is false for NULL too, so rows without a model are
+// skipped either way.
+HRESULT FillMetaRecords(sqlite3* db, const WCHAR* sql, CZanTList<IZanDB4FileMetaDBRecord*>& records) {
+    records.RemoveAll();
     Statement select(db, sql);
     if (!select.IsPrepared()) return E_FAIL;
     bool appended = false;
@@ -245,11 +247,11 @@ HRESULT AppendMetaRecords(sqlite3* db, const WCHAR* sql, CZanTList<IZanDB4FileMe
 }  // namespace
 
 HRESULT CSQLiteFileBasicDB::ListMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records) {
-    return AppendMetaRecords(m_db, kSelectAllMeta, records);
+    return FillMetaRecords(m_db, kSelectAllMeta, records);
 }
 
 HRESULT CSQLiteFileBasicDB::ListModelMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records) {
-    return AppendMetaRecords(m_db, kSelectModelMeta, records);
+    return FillMetaRecords(m_db, kSelectModelMeta, records);
 }
 
 HRESULT CSQLiteFileBasicDB::ForEachModelMetaRecord(ZanDB4MetaRecordCallback callback, void* context) {

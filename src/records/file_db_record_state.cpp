@@ -318,6 +318,8 @@ HRESULT CZanDB4FileDBRecord::Clone(IZanDB4FileDBRecord** outRecord) {
 }
 
 ULONG CZanDB4FileDBRecord::Release() {
+    // The id is read while this reference still keeps the record alive.
+    uint64_t fileId = m_fileId;
     int32_t count = --m_refCount;
     if (count == 0) {
         delete this;
@@ -327,7 +329,7 @@ ULONG CZanDB4FileDBRecord::Release() {
     // The one reference left may be the cache's: if so, the cache lets go
     // and the record is gone.
     bool removed = zandb4::FileRecordCache::ReleaseIfOnlyCached(zandb4::DatabaseRegistry::fileRecordCache, this,
-                                                                m_fileId, [this] { return m_refCount.load(); });
+                                                                fileId, [this] { return m_refCount.load(); });
     return removed ? 0 : 1;
 }
 

@@ -380,7 +380,7 @@ TEST_F(CameraListOperations, GetAllFilesGivesEveryRowWithOneReferenceEach) {
                         {1, "/card/IMG_0001.JPG"}, {2, "/card/IMG_0002.JPG"}, {3, "/card/IMG_0003.JPG"}}));
 }
 
-TEST_F(CameraListOperations, GetAllFilesAppendsToTheCallersListAsItStands) {
+TEST_F(CameraListOperations, GetAllFilesEmptiesTheCallersListFirstWithoutReleasingIt) {
     AddPath(Manager(), u"/card/IMG_0001.JPG");
     AddPath(Manager(), u"/card/IMG_0002.JPG");
     RecordPtr mine = MakeRecord(Manager(), u"/mine.JPG", MakeDate(2024, 1, 1, 0, 0, 0), 0);
@@ -389,22 +389,28 @@ TEST_F(CameraListOperations, GetAllFilesAppendsToTheCallersListAsItStands) {
 
     EXPECT_EQ(Manager()->GetAllFiles(&list), S_OK);
 
-    ASSERT_EQ(list.GetCount(), 3);
-    EXPECT_EQ(list.RemoveHead(), mine.Get());
+    // The node was dropped, the record it pointed to kept its reference.
+    ASSERT_EQ(list.GetCount(), 2);
+    EXPECT_NE(list.GetHead(), mine.Get());
+    EXPECT_NE(list.GetTail(), mine.Get());
     EXPECT_EQ(mine->AddRef(), 2u);
     EXPECT_EQ(mine->Release(), 1u);
     ReleaseAll(list);
 }
 
-TEST_F(CameraListOperations, GetAllFilesCalledTwiceAppendsTheRowsTwice) {
+TEST_F(CameraListOperations, GetAllFilesCalledTwiceHoldsTheRowsOnce) {
     AddPath(Manager(), u"/card/IMG_0001.JPG");
     CList<IZanDB4TethraImportFileRecord*> list;
 
     EXPECT_EQ(Manager()->GetAllFiles(&list), S_OK);
+    IZanDB4TethraImportFileRecord* first = list.GetHead();
     EXPECT_EQ(Manager()->GetAllFiles(&list), S_OK);
 
-    ASSERT_EQ(list.GetCount(), 2);
-    EXPECT_NE(list.GetHead(), list.GetTail());
+    // The caller releases what the first call gave before passing the list
+    // again; the second call starts from an empty list.
+    ASSERT_EQ(list.GetCount(), 1);
+    EXPECT_NE(list.GetHead(), first);
+    EXPECT_EQ(first->Release(), 0u);
     ReleaseAll(list);
 }
 
