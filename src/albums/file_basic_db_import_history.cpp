@@ -24,7 +24,7 @@ constexpr WCHAR kDeleteAll[] = u"DELETE FROM import_history_table";
 
 // A record from the current row, made through the factory as every record
 // the library builds from a row is. Null when it cannot be made.
-ComPtr<IZanDB4ImportDBRecord> RecordFromRow(const Statement& row) {
+ComPtr<IZanDB4ImportDBRecord> ImportRecordFromRow(const Statement& row) {
     ComPtr<IZanDB4ImportDBRecord> record;
     if (zandb4::CreateInstance(IID_IZanDB4ImportDBRecord, reinterpret_cast<void**>(record.Receive())) != S_OK)
         return nullptr;
@@ -63,7 +63,7 @@ HRESULT CSQLiteFileBasicDB::UpdateImportHistory(int64_t importDate, uint32_t imp
 HRESULT CSQLiteFileBasicDB::GetLatestImportHistory(IZanDB4ImportDBRecord** outRecord) {
     Statement select(m_db, kSelectNewest);
     if (select.IsPrepared() && select.Step() == SQLITE_ROW) {
-        ComPtr<IZanDB4ImportDBRecord> record = RecordFromRow(select);
+        ComPtr<IZanDB4ImportDBRecord> record = ImportRecordFromRow(select);
         if (record) *outRecord = record.Detach();
     }
     return *outRecord != nullptr ? S_OK : E_FAIL;
@@ -73,7 +73,7 @@ HRESULT CSQLiteFileBasicDB::GetImportHistories(CZanTArray<IZanDB4ImportDBRecord*
     Statement select(m_db, kSelectOldestFirst);
     if (select.IsPrepared()) {
         while (select.Step() == SQLITE_ROW) {
-            ComPtr<IZanDB4ImportDBRecord> record = RecordFromRow(select);
+            ComPtr<IZanDB4ImportDBRecord> record = ImportRecordFromRow(select);
             if (!record) break;
             records.Add(record.Detach());
         }

@@ -15,7 +15,12 @@
 
 #include "storage/sqlite_db_base.h"
 #include "zandb4/albums.h"
+#include "zandb4/faces.h"
 #include "zandb4/records.h"
+
+namespace zandb4 {
+class Statement;
+}
 
 class CSQLiteFileBasicDB : public CSQLiteDBBase {
 public:
@@ -78,6 +83,137 @@ public:
     // The values of a metadata record, read through its getters. The filter
     // data stays the record's.
     static MetaRowValues MetaValuesOf(IZanDB4FileMetaDBRecord* record);
+
+    // How a result row reaches a file record: every column ("SELECT *"), the
+    // short column list, or not at all for a record found in the cache.
+    static constexpr uint32_t kLoadAll = 0;
+    static constexpr uint32_t kLoadNothing = 1;
+    static constexpr uint32_t kLoadShort = 2;
+
+    // The columns of a file_table row as InsertFileRow writes them. Paths go
+    // in as the caller has them; the separator rules apply on the way in.
+    struct FileRowValues {
+        uint64_t fileId = 0;
+        CZanTString filePath;
+        uint32_t diskVsn = 0;
+        CZanTString fileName;
+        uint32_t fileFormat = 0;
+        int64_t shootingDate = 0;
+        double latitude = 0;
+        double longitude = 0;
+        uint32_t fileAttributes = 0;
+        uint32_t thumbnailSize = 0;  // width * 65536 + height
+        uint32_t thumbnailOrientation = 0;
+        bool didEdit = false;
+        bool isFavorite = false;
+        bool didDetectFace = false;
+        uint64_t albumId = 0;
+        uint32_t manage = 0;
+        uint64_t parentId = 0;
+        int64_t parentShootingDate = 0;
+        bool uploadFlag = false;
+        uint32_t classifyId = 0;
+    };
+
+    // file_path as stored: one trailing separator removed.
+    static CZanTString StoredFilePath(const CZanTString& path);
+    // file_name as stored: one leading separator removed.
+    static CZanTString StoredFileName(const CZanTString& name);
+    // The unique key of a file apart from its id: the stored path upper-cased,
+    // "_", and the volume serial in upper-case hexadecimal. The file name plays
+    // no part.
+    static CZanTString PathKeyOf(const CZanTString& path, uint32_t diskVsn);
+
+    // file_table writes (catalogue/file_basic_db_file_write.cpp). Every writer
+    // opens the transaction; nothing commits until Commit.
+    //
+    // A new row from a record whose id is set, with its tags and metadata
+    // row; the record joins FileRecordCache. A statement that does not
+    // prepare answers S_OK: callers learn of it from a later read.
+    HRESULT InsertFileRecord(IZanDB4FileDBRecord* record);
+    // The same row from values, without tags, metadata or the cache.
+    HRESULT InsertFileRow(const FileRowValues& values);
+    // A row of its own for a file that stands for a group of files.
+    HRESULT AddItemGroupFile(uint64_t fileId, IZanDB4FileDBRecord* source);
+    // Gives each file of the array the parent and the parent's date.
+    HRESULT SetParentOfFiles(const CZanTArray<uint64_t>& fileIds, uint64_t parentId, const CZanTDateTime& parentDate);
+    // Writes the columns the record's changed mask names, then its tags and
+    // metadata when their bits are set.
+    HRESULT UpdateFileRecord(uint64_t fileId, IZanDB4FileDBRecord* record);
+    // Deletes the row and what hangs on it: faces, metadata, tag links and the
+    // main image cache row. An unknown id is S_OK. The id is not pooled.
+    HRESULT DeleteFileRow(uint64_t fileId);
+
+    // file_table reads (catalogue/file_basic_db_file_read.cpp).
+    //
+    // The row of fileId in mode 0; a null outRecord only tests that it exists.
+    HRESULT GetFileRecord(uint64_t fileId, IZanDB4FileDBRecord** outRecord);
+    // The record of the current "SELECT *" row: the live one from the cache,
+    // refreshed by the row in modes 0 and 2, or a new one that joins the
+    // cache. With outRecord null only a cached record is touched.
+    HRESULT RecordFromRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const zandb4::Statement* row,
+                          uint32_t mode);
+    // The same for a row of the short column list.
+    HRESULT RecordFromShortRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const zandb4::Statement* row,
+                               uint32_t mode);
+    // The files the query selects, one reference each; sortFlag 1 orders them
+    // by shooting date and name. The list is emptied first (without releasing).
+    // E_FAIL when it ends empty.
+    HRESULT ListFiles(IZanDB4QueryNode* query, uint32_t sortFlag, CZanTList<IZanDB4FileDBRecord*>& records,
+                      uint32_t mode);
+    // file_format, or manage, of each selected row, appended.
+    HRESULT ListFileFormats(IZanDB4QueryNode* query, CZanTList<uint32_t>& formats);
+    HRESULT ListManageFlags(IZanDB4QueryNode* query, CZanTList<uint32_t>& flags);
+    // The ids of files whose path and name, joined, name nothing on disk.
+    HRESULT ListMissingFiles(CZanTArray<uint64_t>& fileIds);
+    // The files holding a face of the individual, newest first; with faces
+    // given, one entry per face, and the face records too.
+    HRESULT ListFilesOfIndividual(uint64_t individualId, uint32_t type, CZanTList<IZanDB4FileDBRecord*>& files,
+                                  uint32_t mode, CZanTList<IZanDB4FaceDBRecord*>* faces);
+    // The number of distinct files holding a face of the individual; 0 for
+    // any failure, which is every call for a pet.
+    uint32_t CountFilesOfIndividual(uint64_t individualId, uint32_t type);
+    // The oldest and latest shooting dates of the selected managed files.
+    HRESULT GetShootingDateRange(IZanDB4QueryNode* query, CZanTDateTime& oldest, CZanTDateTime& latest);
+    // Every selected shooting date, unsorted and with repeats, appended.
+    HRESULT ListShootingDates(IZanDB4QueryNode* query, CZanTList<SYSTEMTIME>* dates);
+    // Files shot between the two dates (with parent set, whose parent was),
+    // oldest first.
+    HRESULT ListFilesByDate(const SYSTEMTIME& first, const SYSTEMTIME& last, BOOL parent,
+                            CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode);
+    // Files of one import run, of one class when importClass is given. Option
+    // bit 0x10 leaves the order to the database.
+    HRESULT ListFilesByImport(const SYSTEMTIME& importDate, const uint32_t* importClass, uint32_t options,
+                              CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode);
+
+    // Tag links of files (albums/file_basic_db_tags.cpp).
+    //
+    // Inserts a link for each tag of the record; no tags is S_OK.
+    HRESULT WriteFileTags(uint64_t fileId, IZanDB4FileDBRecord* record);
+    // Deletes every link of the file, then writes the record's.
+    HRESULT ReplaceFileTags(uint64_t fileId, IZanDB4FileDBRecord* record);
+
+    // Faces (faces/file_basic_db_faces.cpp). type is 1 person or 2 pet.
+    //
+    // The rectangle as one 64-bit value: left, top, width, height in 16 bits
+    // each from the top, ORed without masks.
+    static int64_t PackRect(const RECT& rect);
+    static RECT UnpackRect(int64_t packed);
+    // A face record from the row, reading the face columns from firstColumn.
+    static HRESULT ReadFaceRow(IZanDB4FaceDBRecord** outRecord, const zandb4::Statement& row, uint32_t type,
+                               int firstColumn);
+    HRESULT LoadFace(uint64_t faceId, uint32_t type, IZanDB4FaceDBRecord** outRecord);
+    // Deletes one face and notes its individual for the recount; a missing
+    // row is S_OK.
+    HRESULT DeleteFace(uint64_t faceId, uint32_t type);
+    // Deletes every person face, then every pet face of the file, in
+    // ascending face id, stopping at the first failure.
+    HRESULT DeleteFacesOfFile(uint64_t fileId);
+    // Notes the id in m_personRecount (type 1) or m_petRecount (type 2).
+    void NoteIndividualForRecount(uint64_t individualId, uint32_t type);
+
+    // main_image_cache_file_table (shards/file_basic_db_main_image_cache.cpp).
+    HRESULT DeleteMainImageCache(uint64_t fileId);
 
     // meta_table (catalogue/file_basic_db_meta.cpp).
     // The row of fileId as a new record through the factory; no row leaves

@@ -66,9 +66,13 @@ void CSQLiteFileBasicDB::WriteFileCount(uint32_t individualType, uint64_t id, in
     update.Step();
 }
 
+uint32_t CSQLiteFileBasicDB::CountFilesOfIndividual(uint64_t individualId, uint32_t type) {
+    if (type != kPerson && type != kPet) return 0;
+    return static_cast<uint32_t>(CountFor(m_db, type == kPet ? kCountPetFiles : kCountPersonFiles, individualId));
+}
+
 void CSQLiteFileBasicDB::RecountIndividuals(uint32_t individualType, const std::set<uint64_t>& ids) {
-    const WCHAR* countSql = individualType == kPet ? kCountPetFiles : kCountPersonFiles;
-    for (uint64_t id : ids) WriteFileCount(individualType, id, CountFor(m_db, countSql, id));
+    for (uint64_t id : ids) WriteFileCount(individualType, id, CountFilesOfIndividual(id, individualType));
 }
 
 void CSQLiteFileBasicDB::RecountGroups(uint32_t individualType, const std::set<uint64_t>& ids) {

@@ -10,10 +10,12 @@
 
 #include "albums/import_db_record.h"
 #include "albums/import_mgr.h"
+#include "faces/face_db_record.h"
 #include "frame/database_registry.h"
 #include "records/file_db_record.h"
 #include "records/file_large_meta_data.h"
 #include "records/file_meta_db_record.h"
+#include "records/query_mgr.h"
 #include "zandb4/exports.h"
 #include "zandb4/identifiers.h"
 
@@ -31,7 +33,7 @@ struct FactoryRow {
 const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4FileDBMgr, nullptr},
     {&IID_IZanDB4FileDBRecord, [] () -> IUnknown* { return new CZanDB4FileDBRecord(DatabaseRegistry::fileBasicDB); }},
-    {&IID_IZanDB4QueryMgr, nullptr},
+    {&IID_IZanDB4QueryMgr, [] () -> IUnknown* { return new CZanDB4DBQueryMgr(); }},
     {&IID_IZanDB4AlbumDBRecord, nullptr},
     {&IID_IZanDB4AlbumDBMgr, nullptr},
     {&IID_IZanDB4TagDBMgr, nullptr},
@@ -40,7 +42,7 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4DBUtility, nullptr},
     {&IID_IZanDB4EditFileCache, nullptr},
     {&IID_IZanDB4FileLargeMetaData, [] () -> IUnknown* { return new CZanDB4FileLargeMetaData(); }},
-    {&IID_IZanDB4FaceDBRecord, nullptr},
+    {&IID_IZanDB4FaceDBRecord, [] () -> IUnknown* { return new CZanDB4FaceDBRecord(); }},
     {&IID_IZanDB4IndividualDBRecord, nullptr},
     {&IID_IZanDB4IndividualGroupDBRecord, nullptr},
     {&IID_IZanDB4FaceDBMgr, nullptr},

@@ -1,0 +1,364 @@
+// CSQLiteFileBasicDB: the reads of file_table. Result rows become the one
+// live record of their file through FileRecordCache, so two searches that
+// find one file hand out one object.
+#include "catalogue/file_basic_db.h"
+#include "frame/com_ptr.h"
+#include "frame/database_registry.h"
+#include "frame/factory.h"
+#include "frame/file_record_cache.h"
+#include "platform/files.h"
+#include "records/file_db_record.h"
+#include "storage/result_codes.h"
+#include "storage/statement.h"
+
+using zandb4::ComPtr;
+namespace DatabaseRegistry = zandb4::DatabaseRegistry;
+using zandb4::FileRecordCache;
+using zandb4::Statement;
+
+namespace {
+
+constexpr WCHAR kSelectFile[] = u"SELECT * FROM file_table WHERE file_id=? LIMIT 1";
+constexpr WCHAR kSelectAllFiles[] = u"SELECT * FROM file_table";
+// The short column list of the reduced load: no file_name, file_attributes
+// or did_detect_face.
+constexpr WCHAR kSelectShortFiles[] =
+    u"SELECT file_id, file_path, disk_vsn, file_format, shooting_date, gps_latitude, gps_longitude, "
+    u"thumbnail_size, thumbnail_orientation, did_edit, is_favorite, album_id, manage, parent_id, upload_flag, "
+    u"classify_id FROM file_table";
+constexpr WCHAR kOrderByDateAndName[] = u" ORDER BY shooting_date ASC, file_name ASC";
+constexpr WCHAR kSelectFormats[] = u"SELECT file_format FROM file_table";
+constexpr WCHAR kSelectManageFlags[] = u"SELECT manage FROM file_table";
+constexpr WCHAR kSelectLatestDate[] = u"SELECT MAX(shooting_date) FROM file_table";
+constexpr WCHAR kSelectOldestDate[] = u"SELECT MIN(shooting_date) FROM file_table";
+constexpr WCHAR kSelectDates[] = u"SELECT shooting_date FROM file_table";
+
+constexpr WCHAR kFilesOfPerson[] =
+    u"SELECT * FROM file_table WHERE EXISTS (SELECT * FROM person_face_table WHERE person_face_table.person_id=? "
+    u"AND person_face_table.file_id=file_table.file_id) ORDER BY shooting_date DESC, file_name DESC";
+constexpr WCHAR kFilesOfPet[] =
+    u"SELECT * FROM file_table WHERE EXISTS (SELECT * FROM pet_face_table WHERE pet_face_table.pet_id=? AND "
+    u"pet_face_table.file_id=file_table.file_id) ORDER BY shooting_date DESC, file_name DESC";
+constexpr WCHAR kFaceRowsOfPerson[] =
+    u"SELECT * FROM file_table LEFT OUTER JOIN person_face_table ON file_table.file_id=person_face_table.file_id "
+    u"WHERE person_face_table.person_id=? ORDER BY shooting_date DESC, file_name DESC";
+constexpr WCHAR kFaceRowsOfPet[] =
+    u"SELECT * FROM file_table LEFT OUTER JOIN pet_face_table ON file_table.file_id=pet_face_table.file_id "
+    u"WHERE pet_face_table.pet_id=? ORDER BY shooting_date DESC, file_name DESC";
+// The face columns follow the 21 columns of file_table.
+constexpr int kFirstFaceColumn = 21;
+
+constexpr WCHAR kFilesByDate[] =
+    u"SELECT * FROM file_table WHERE ( shooting_date>=? AND shooting_date<=? AND manage=1 ) "
+    u"ORDER BY shooting_date ASC, file_name ASC";
+constexpr WCHAR kFilesByParentDate[] =
+    u"SELECT * FROM file_table WHERE ( parent_shooting_date>=? AND parent_shooting_date<=? AND manage!=0 ) "
+    u"ORDER BY shooting_date ASC, file_name ASC";
+constexpr WCHAR kFilesOfImportClass[] =
+    u"SELECT * FROM file_table WHERE EXISTS (SELECT * FROM meta_table WHERE import_date=? AND import_class=? AND "
+    u"file_table.file_id = meta_table.file_id )";
+constexpr WCHAR kFilesOfImport[] =
+    u"SELECT * FROM file_table WHERE EXISTS (SELECT * FROM meta_table WHERE import_date=? AND "
+    u"file_table.file_id = meta_table.file_id )";
+// Written directly behind the closing parenthesis, without a space.
+constexpr WCHAR kImportOrder[] = u"ORDER BY shooting_date ASC, file_name ASC";
+constexpr uint32_t kImportUnordered = 0x10;
+
+constexpr uint32_t kReducedMask = CZanDB4FileDBRecord::kReducedColumns;
+
+// The mask a load mode reads into a record; 0 reads nothing.
+uint32_t MaskOfMode(uint32_t mode) {
+    switch (mode) {
+        case CSQLiteFileBasicDB::kLoadAll: return CZanDB4FileDBRecord::kAllColumns;
+        case CSQLiteFileBasicDB::kLoadShort: return kReducedMask;
+        default: return 0;
+    }
+}
+
+// The query's condition, or empty when there is no query or no text.
+CZanTString ConditionOf(IZanDB4QueryNode* query) {
+    CZanTString condition;
+    if (query != nullptr) query->GetText(condition);
+    return condition;
+}
+
+// " WHERE condition" when there is a condition.
+void AppendCondition(CZanTString& sql, IZanDB4QueryNode* query) {
+    CZanTString condition = ConditionOf(query);
+    if (condition.IsEmpty()) return;
+    sql += u" WHERE ";
+    sql += condition;
+}
+
+// The date statements count managed files only, except under a query whose
+// text is empty, which counts every file. The condition is not put in
+// parentheses: a top-level OR in it binds looser than the AND behind it.
+void AppendManagedCondition(CZanTString& sql, IZanDB4QueryNode* query) {
+    if (query == nullptr) {
+        sql += u" WHERE manage=1";
+        return;
+    }
+    CZanTString condition = ConditionOf(query);
+    if (condition.IsEmpty()) return;
+    sql += u" WHERE ";
+    sql += condition;
+    sql += u" AND manage=1";
+}
+
+int64_t PackedWithoutMilliseconds(const SYSTEMTIME& date) { return CZanTDateTime(date).GetPacked(); }
+
+}  // namespace
+
+namespace {
+
+// The common body of the two row readers: read is called on the record the
+// row goes into, with the mask of the mode.
+template <class ReadRow>
+HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row, uint32_t mode,
+                         ReadRow&& read) {
+    if (outId != nullptr) *outId = 0;
+    if (outRecord != nullptr) *outRecord = nullptr;
+    if (row == nullptr) return E_INVALIDARG;
+    uint64_t fileId = static_cast<uint64_t>(row->ColumnInt64(0));
+    if (outId != nullptr) *outId = fileId;
+    uint32_t mask = MaskOfMode(mode);
+
+    HRESULT result = S_OK;
+    bool done = false;
+    auto findOrMake = [&](FileRecordCache* cache) {
+        IZanDB4FileDBRecord* live = nullptr;
+        if (cache != nullptr && cache->Find(fileId, &live)) {
+            // The live record is refreshed by the row; ReadFields keeps every
+            // field the record already holds, a client's change included.
+            if (mask != 0) {
+                if (auto* record = dynamic_cast<CZanDB4FileDBRecord*>(live)) read(*record, mask);
+            }
+            if (outRecord != nullptr)
+                *outRecord = live;
+            else
+                live->Release();
+            done = true;
+            return;
+        }
+        if (outRecord == nullptr) {
+            done = true;
+            return;
+        }
+        IZanDB4FileDBRecord* made = nullptr;
+        result = zandb4::CreateInstance(IID_IZanDB4FileDBRecord, reinterpret_cast<void**>(&made));
+        if (result != S_OK) {
+            done = true;
+            return;
+        }
+        made->SetFileID(fileId);
+        if (mask != 0) read(*static_cast<CZanDB4FileDBRecord*>(made), mask);
+        if (cache != nullptr) cache->Add(fileId, made);
+        *outRecord = made;
+        done = true;
+    };
+    FileRecordCache::Use(DatabaseRegistry::fileRecordCache, [&](FileRecordCache& cache) { findOrMake(&cache); });
+    // Without a cache (the library is shutting down) a record is still made.
+    if (!done) findOrMake(nullptr);
+    return result;
+}
+
+}  // namespace
+
+HRESULT CSQLiteFileBasicDB::RecordFromRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row,
+                                          uint32_t mode) {
+    return RecordFromAnyRow(outId, outRecord, row, mode,
+                            [row](CZanDB4FileDBRecord& record, uint32_t mask) { record.ReadFields(mask, row); });
+}
+
+HRESULT CSQLiteFileBasicDB::RecordFromShortRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord,
+                                               const Statement* row, uint32_t mode) {
+    return RecordFromAnyRow(outId, outRecord, row, mode,
+                            [row](CZanDB4FileDBRecord& record, uint32_t mask) { record.ReadShortRow(mask, *row); });
+}
+
+HRESULT CSQLiteFileBasicDB::GetFileRecord(uint64_t fileId, IZanDB4FileDBRecord** outRecord) {
+    if (outRecord != nullptr) *outRecord = nullptr;
+    Statement select(m_db, kSelectFile);
+    if (!select.IsPrepared()) return E_FAIL;
+    select.BindInt64(1, static_cast<int64_t>(fileId));
+    if (select.Step() != SQLITE_ROW) return E_FAIL;
+    HRESULT result = S_OK;
+    if (outRecord != nullptr) result = RecordFromRow(nullptr, outRecord, &select, kLoadAll);
+    if (select.Finalize() != SQLITE_OK) {
+        if (outRecord != nullptr && *outRecord != nullptr) {
+            (*outRecord)->Release();
+            *outRecord = nullptr;
+        }
+        return E_FAIL;
+    }
+    return result;
+}
+
+namespace {
+
+// Appends the record of every row of statement to records, through the
+// reader of its row form. Records made before a failure stay in the list.
+template <class Reader>
+void CollectRecords(Statement& statement, CZanTList<IZanDB4FileDBRecord*>& records, Reader&& reader) {
+    while (statement.Step() == SQLITE_ROW) {
+        IZanDB4FileDBRecord* record = nullptr;
+        if (reader(&record) == S_OK && record != nullptr) records.AddTail(record);
+    }
+}
+
+HRESULT NonEmpty(bool hasEntries) { return hasEntries ? S_OK : E_FAIL; }
+
+}  // namespace
+
+HRESULT CSQLiteFileBasicDB::ListFiles(IZanDB4QueryNode* query, uint32_t sortFlag,
+                                      CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode) {
+    records.RemoveAll();
+    bool shortRows = mode == kLoadShort;
+    CZanTString sql;
+    sql = shortRows ? kSelectShortFiles : kSelectAllFiles;
+    AppendCondition(sql, query);
+    if (sortFlag == 1) sql += kOrderByDateAndName;
+    Statement select(m_db, sql.GetString());
+    if (!select.IsPrepared()) return E_FAIL;
+    CollectRecords(select, records, [&](IZanDB4FileDBRecord** out) {
+        return shortRows ? RecordFromShortRow(nullptr, out, &select, mode)
+                         : RecordFromRow(nullptr, out, &select, mode);
+    });
+    select.Finalize();
+    return NonEmpty(!records.IsEmpty());
+}
+
+namespace {
+
+HRESULT ListColumnValues(sqlite3* db, const WCHAR* prefix, IZanDB4QueryNode* query, CZanTList<uint32_t>& values) {
+    values.RemoveAll();
+    CZanTString sql;
+    sql = prefix;
+    AppendCondition(sql, query);
+    Statement select(db, sql.GetString());
+    if (!select.IsPrepared()) return E_FAIL;
+    while (select.Step() == SQLITE_ROW) values.AddTail(static_cast<uint32_t>(select.ColumnInt(0)));
+    select.Finalize();
+    return NonEmpty(!values.IsEmpty());
+}
+
+}  // namespace
+
+HRESULT CSQLiteFileBasicDB::ListFileFormats(IZanDB4QueryNode* query, CZanTList<uint32_t>& formats) {
+    return ListColumnValues(m_db, kSelectFormats, query, formats);
+}
+
+HRESULT CSQLiteFileBasicDB::ListManageFlags(IZanDB4QueryNode* query, CZanTList<uint32_t>& flags) {
+    return ListColumnValues(m_db, kSelectManageFlags, query, flags);
+}
+
+HRESULT CSQLiteFileBasicDB::ListMissingFiles(CZanTArray<uint64_t>& fileIds) {
+    fileIds.RemoveAll();
+    CZanTList<IZanDB4FileDBRecord*> records;
+    ListFiles(nullptr, 0, records, kLoadAll);
+    for (POSITION position = records.GetHeadPosition(); position != nullptr;) {
+        IZanDB4FileDBRecord* record = records.GetNext(position);
+        CZanTString path, name;
+        if (record->GetFilePath(path, nullptr) == S_OK && record->GetFileName(name) == S_OK) {
+            path.AppendPath(name);
+            if (zandb4::platform::GetFileAttributes(path.ToUtf8()) == zandb4::platform::kInvalidFileAttributes) {
+                uint64_t fileId = 0;
+                record->GetFileID(&fileId);
+                fileIds.Add(fileId);
+            }
+        }
+        record->Release();
+    }
+    return NonEmpty(!fileIds.IsEmpty());
+}
+
+HRESULT CSQLiteFileBasicDB::ListFilesOfIndividual(uint64_t individualId, uint32_t type,
+                                                  CZanTList<IZanDB4FileDBRecord*>& files, uint32_t mode,
+                                                  CZanTList<IZanDB4FaceDBRecord*>* faces) {
+    files.RemoveAll();
+    if (faces != nullptr) faces->RemoveAll();
+    if (type != kPerson && type != kPet) return E_FAIL;
+    const WCHAR* sql = faces != nullptr ? (type == kPerson ? kFaceRowsOfPerson : kFaceRowsOfPet)
+                                        : (type == kPerson ? kFilesOfPerson : kFilesOfPet);
+    Statement select(m_db, sql);
+    if (!select.IsPrepared()) return E_FAIL;
+    select.BindInt64(1, static_cast<int64_t>(individualId));
+    while (select.Step() == SQLITE_ROW) {
+        IZanDB4FileDBRecord* file = nullptr;
+        if (RecordFromRow(nullptr, &file, &select, mode) == S_OK && file != nullptr) files.AddTail(file);
+        if (faces == nullptr) continue;
+        IZanDB4FaceDBRecord* face = nullptr;
+        if (ReadFaceRow(&face, select, type, kFirstFaceColumn) == S_OK) faces->AddTail(face);
+    }
+    select.Finalize();
+    return NonEmpty(!files.IsEmpty());
+}
+
+namespace {
+
+// The single value of a MAX or MIN statement into date; NULL (no rows) reads
+// as 0. False when the statement did not prepare or finalize cleanly.
+bool ReadDateAggregate(sqlite3* db, const CZanTString& sql, CZanTDateTime& date) {
+    date.SetPacked(0);
+    Statement select(db, sql.GetString());
+    if (!select.IsPrepared()) return false;
+    if (select.Step() == SQLITE_ROW) date.SetPacked(select.ColumnInt64(0));
+    return select.Finalize() == SQLITE_OK;
+}
+
+}  // namespace
+
+HRESULT CSQLiteFileBasicDB::GetShootingDateRange(IZanDB4QueryNode* query, CZanTDateTime& oldest,
+                                                 CZanTDateTime& latest) {
+    CZanTString latestSql, oldestSql;
+    latestSql = kSelectLatestDate;
+    oldestSql = kSelectOldestDate;
+    AppendManagedCondition(latestSql, query);
+    AppendManagedCondition(oldestSql, query);
+    bool latestRead = ReadDateAggregate(m_db, latestSql, latest);
+    bool oldestRead = ReadDateAggregate(m_db, oldestSql, oldest);
+    return latestRead && oldestRead ? S_OK : E_FAIL;
+}
+
+HRESULT CSQLiteFileBasicDB::ListShootingDates(IZanDB4QueryNode* query, CZanTList<SYSTEMTIME>* dates) {
+    if (dates == nullptr) return E_INVALIDARG;
+    dates->RemoveAll();
+    CZanTString sql;
+    sql = kSelectDates;
+    AppendManagedCondition(sql, query);
+    Statement select(m_db, sql.GetString());
+    if (!select.IsPrepared()) return E_FAIL;
+    while (select.Step() == SQLITE_ROW) dates->AddTail(CZanTDateTime(select.ColumnInt64(0)).m_time);
+    // An empty result is no failure here.
+    return zandb4::ResultOf(select.Finalize());
+}
+
+HRESULT CSQLiteFileBasicDB::ListFilesByDate(const SYSTEMTIME& first, const SYSTEMTIME& last, BOOL parent,
+                                            CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode) {
+    records.RemoveAll();
+    Statement select(m_db, parent ? kFilesByParentDate : kFilesByDate);
+    if (!select.IsPrepared()) return E_FAIL;
+    select.BindInt64(1, PackedWithoutMilliseconds(first));
+    select.BindInt64(2, PackedWithoutMilliseconds(last));
+    CollectRecords(select, records,
+                   [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
+    select.Finalize();
+    return NonEmpty(!records.IsEmpty());
+}
+
+HRESULT CSQLiteFileBasicDB::ListFilesByImport(const SYSTEMTIME& importDate, const uint32_t* importClass,
+                                              uint32_t options, CZanTList<IZanDB4FileDBRecord*>& records,
+                                              uint32_t mode) {
+    records.RemoveAll();
+    CZanTString sql;
+    sql = importClass != nullptr ? kFilesOfImportClass : kFilesOfImport;
+    if ((options & kImportUnordered) == 0) sql += kImportOrder;
+    Statement select(m_db, sql.GetString());
+    if (!select.IsPrepared()) return E_FAIL;
+    select.BindInt64(1, PackedWithoutMilliseconds(importDate));
+    if (importClass != nullptr) select.BindInt(2, static_cast<int32_t>(*importClass));
+    CollectRecords(select, records,
+                   [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
+    select.Finalize();
+    return NonEmpty(!records.IsEmpty());
+}

@@ -1,0 +1,398 @@
+// CSQLiteFileBasicDB: the writes of file_table. A row is inserted from a
+// record or from plain values, changed by an UPDATE generated from the
+// record's changed mask, and deleted with everything that hangs on it.
+#include <cstdarg>
+
+#include "catalogue/file_basic_db.h"
+#include "frame/com_ptr.h"
+#include "frame/database_registry.h"
+#include "frame/factory.h"
+#include "frame/file_record_cache.h"
+#include "records/file_db_record.h"
+#include "storage/result_codes.h"
+#include "storage/statement.h"
+
+using zandb4::ComPtr;
+namespace DatabaseRegistry = zandb4::DatabaseRegistry;
+using zandb4::FileRecordCache;
+using zandb4::Statement;
+
+namespace {
+
+constexpr WCHAR kInsertFile[] =
+    u"INSERT INTO file_table (file_id, file_path, disk_vsn, path_key, file_name, file_format, shooting_date, "
+    u"gps_latitude, gps_longitude, file_attributes, thumbnail_size, thumbnail_orientation, did_edit, is_favorite, "
+    u"did_detect_face, album_id, manage, parent_id, parent_shooting_date, upload_flag, classify_id ) "
+    u"VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)";
+constexpr WCHAR kSelectAlbumOfFile[] = u"SELECT album_id FROM file_table WHERE file_id=? LIMIT 1";
+constexpr WCHAR kDeleteFileTags[] = u"DELETE FROM tag_file_table WHERE file_id=?";
+constexpr WCHAR kDeleteFile[] = u"DELETE FROM file_table WHERE file_id=?";
+constexpr WCHAR kItemGroupPath[] = u":ITEM_GROUP:";
+constexpr uint32_t kItemGroupManage = 2;
+
+enum class InsertOutcome { kDone, kNotPrepared, kFailed };
+
+// Runs the insert of one file_table row. Paths and the key are derived here,
+// so both insert forms apply the same separator rules.
+InsertOutcome RunFileInsert(sqlite3* db, const CSQLiteFileBasicDB::FileRowValues& row) {
+    Statement insert(db, kInsertFile);
+    if (!insert.IsPrepared()) return InsertOutcome::kNotPrepared;
+    insert.BindInt64(1, static_cast<int64_t>(row.fileId));
+    insert.BindText(2, CSQLiteFileBasicDB::StoredFilePath(row.filePath));
+    insert.BindInt(3, static_cast<int32_t>(row.diskVsn));
+    insert.BindText(4, CSQLiteFileBasicDB::PathKeyOf(row.filePath, row.diskVsn));
+    insert.BindText(5, CSQLiteFileBasicDB::StoredFileName(row.fileName));
+    insert.BindInt(6, static_cast<int32_t>(row.fileFormat));
+    insert.BindInt64(7, row.shootingDate);
+    insert.BindDouble(8, row.latitude);
+    insert.BindDouble(9, row.longitude);
+    insert.BindInt(10, static_cast<int32_t>(row.fileAttributes));
+    insert.BindInt(11, static_cast<int32_t>(row.thumbnailSize));
+    insert.BindInt(12, static_cast<int32_t>(row.thumbnailOrientation));
+    insert.BindInt(13, row.didEdit ? 1 : 0);
+    insert.BindInt(14, row.isFavorite ? 1 : 0);
+    insert.BindInt(15, row.didDetectFace ? 1 : 0);
+    insert.BindInt64(16, static_cast<int64_t>(row.albumId));
+    insert.BindInt(17, static_cast<int32_t>(row.manage));
+    insert.BindInt64(18, static_cast<int64_t>(row.parentId));
+    insert.BindInt64(19, row.parentShootingDate);
+    insert.BindInt(20, row.uploadFlag ? 1 : 0);
+    insert.BindInt(21, static_cast<int32_t>(row.classifyId));
+    int step = insert.Step();
+    insert.Finalize();
+    return step == SQLITE_DONE ? InsertOutcome::kDone : InsertOutcome::kFailed;
+}
+
+uint32_t ThumbnailSizeOf(IZanDB4FileDBRecord* record) {
+    uint32_t width = 0, height = 0;
+    record->GetThumbnailSize(&width, &height);
+    return width * 65536u + height;
+}
+
+// Every column value of a record, read through its getters.
+CSQLiteFileBasicDB::FileRowValues RowValuesOf(IZanDB4FileDBRecord* record) {
+    CSQLiteFileBasicDB::FileRowValues row;
+    record->GetFileID(&row.fileId);
+    record->GetFilePath(row.filePath, &row.diskVsn);
+    record->GetFileName(row.fileName);
+    record->GetFileFormat(&row.fileFormat);
+    record->GetShootingDateValue(&row.shootingDate);
+    float latitude = 0, longitude = 0;
+    record->GetGPS(&latitude, &longitude);
+    row.latitude = latitude;
+    row.longitude = longitude;
+    record->GetFileAttributes(&row.fileAttributes);
+    row.thumbnailSize = ThumbnailSizeOf(record);
+    uint16_t orientation = 0;
+    record->GetThumbnailOrientation(&orientation);
+    row.thumbnailOrientation = orientation;
+    uint8_t flag = 0;
+    record->GetDidEdit(&flag);
+    row.didEdit = flag != 0;
+    record->GetIsFavorite(&flag);
+    row.isFavorite = flag != 0;
+    record->GetDidDetectFace(&flag);
+    row.didDetectFace = flag != 0;
+    record->GetAlbumID(&row.albumId);
+    record->GetManage(&row.manage);
+    SYSTEMTIME parentDate{};
+    record->GetParent(&row.parentId, &parentDate);
+    row.parentShootingDate = CZanTDateTime(parentDate).GetPacked();
+    record->GetUploadFlag(&flag);
+    row.uploadFlag = flag != 0;
+    uint8_t classifyId = 0;
+    record->GetClassifyID(&classifyId);
+    row.classifyId = classifyId;
+    return row;
+}
+
+// The SET list of a generated UPDATE: the first item bare, every later one
+// behind a comma. Values stand in the text unescaped.
+class SetList {
+public:
+    void Unsigned(const WCHAR* column, uint32_t value) { Add(u"%s='%u'", column, value); }
+    void Text(const WCHAR* column, const CZanTString& value) { Add(u"%s='%s'", column, value.GetString()); }
+    void Wide(const WCHAR* column, uint64_t value) { Add(u"%s='%llu'", column, static_cast<unsigned long long>(value)); }
+    void Real(const WCHAR* column, float value) { Add(u"%s='%f'", column, static_cast<double>(value)); }
+    const CZanTString& Sql() const { return m_sql; }
+    CZanTString& Sql() { return m_sql; }
+
+private:
+    void Add(const WCHAR* format, ...) {
+        va_list args;
+        va_start(args, format);
+        if (!m_first) m_sql += u",";
+        m_sql.AppendFormatV(format, args);
+        va_end(args);
+        m_first = false;
+    }
+
+    CZanTString m_sql;
+    bool m_first = true;
+};
+
+uint32_t Flag(IZanDB4FileDBRecord* record, HRESULT (IZanDB4FileDBRecord::*getter)(uint8_t*)) {
+    uint8_t value = 0;
+    (record->*getter)(&value);
+    return value != 0 ? 1u : 0u;
+}
+
+}  // namespace
+
+HRESULT CSQLiteFileBasicDB::InsertFileRecord(IZanDB4FileDBRecord* record) {
+    if (record == nullptr) return E_INVALIDARG;
+    BeginTransaction();
+    FileRowValues row = RowValuesOf(record);
+    InsertOutcome outcome = RunFileInsert(m_db, row);
+    // A statement that does not prepare is not reported: callers find out
+    // from a later read. Existing clients are written against this.
+    if (outcome == InsertOutcome::kNotPrepared) return S_OK;
+    if (outcome == InsertOutcome::kFailed) return E_FAIL;
+
+    if (row.albumId != 0) m_albumRecount.insert(row.albumId);
+    // A file without tags or metadata is still a good file: these results
+    // do not decide the insert's.
+    WriteFileTags(row.fileId, record);
+    InsertMetaRecord(row.fileId, record, 1);
+    FileRecordCache::Use(DatabaseRegistry::fileRecordCache, [&](FileRecordCache& cache) {
+        IZanDB4FileDBRecord* live = nullptr;
+        if (cache.Find(row.fileId, &live)) {
+            live->Release();  // the id already has its live record
+            return;
+        }
+        cache.Add(row.fileId, record);
+    });
+    return S_OK;
+}
+
+HRESULT CSQLiteFileBasicDB::InsertFileRow(const FileRowValues& values) {
+    BeginTransaction();
+    if (RunFileInsert(m_db, values) != InsertOutcome::kDone) return E_FAIL;
+    if (values.albumId != 0) m_albumRecount.insert(values.albumId);
+    return S_OK;
+}
+
+HRESULT CSQLiteFileBasicDB::AddItemGroupFile(uint64_t fileId, IZanDB4FileDBRecord* source) {
+    if (source == nullptr) return E_INVALIDARG;
+    ComPtr<IZanDB4FileDBRecord> held = ComPtr<IZanDB4FileDBRecord>::Share(source);
+
+    // The row names no real file: the path is the marker followed by the id,
+    // the name the id alone, and there is no volume.
+    FileRowValues row;
+    row.fileId = fileId;
+    row.filePath.Format(u"%s%llu", kItemGroupPath, static_cast<unsigned long long>(fileId));
+    row.fileName.Format(u"%llu", static_cast<unsigned long long>(fileId));
+    row.diskVsn = 0;
+    row.fileFormat = 0;
+    row.manage = kItemGroupManage;
+    row.parentId = 0;
+
+    ComPtr<IZanDB4FileMetaDBRecord> meta;
+    source->GetMetaRecord(meta.Receive());  // brings the metadata in for the insert below
+    source->GetShootingDateValue(&row.shootingDate);
+    row.parentShootingDate = row.shootingDate;
+    float latitude = 0, longitude = 0;
+    source->GetGPS(&latitude, &longitude);
+    row.latitude = latitude;
+    row.longitude = longitude;
+    source->GetFileAttributes(&row.fileAttributes);
+    row.thumbnailSize = ThumbnailSizeOf(source);
+    uint16_t orientation = 0;
+    source->GetThumbnailOrientation(&orientation);
+    row.thumbnailOrientation = orientation;
+    row.didEdit = Flag(source, &IZanDB4FileDBRecord::GetDidEdit) != 0;
+    row.isFavorite = Flag(source, &IZanDB4FileDBRecord::GetIsFavorite) != 0;
+    row.didDetectFace = Flag(source, &IZanDB4FileDBRecord::GetDidDetectFace) != 0;
+    source->GetAlbumID(&row.albumId);
+    row.uploadFlag = Flag(source, &IZanDB4FileDBRecord::GetUploadFlag) != 0;
+    uint8_t classifyId = 0;
+    source->GetClassifyID(&classifyId);
+    row.classifyId = classifyId;
+
+    HRESULT result = InsertFileRow(row);
+    if (result != S_OK) return result;
+    source->SetFileID(fileId);
+    source->MarkColumnsChanged(0);
+    source->MarkRelationsChanged(0);
+    if (row.albumId != 0) m_albumRecount.insert(row.albumId);
+    WriteFileTags(fileId, source);
+    InsertMetaRecord(fileId, source, 1);
+    return result;
+}
+
+HRESULT CSQLiteFileBasicDB::SetParentOfFiles(const CZanTArray<uint64_t>& fileIds, uint64_t parentId,
+                                             const CZanTDateTime& parentDate) {
+    ComPtr<IZanDB4FileDBRecord> carrier;
+    HRESULT result =
+        zandb4::CreateInstance(IID_IZanDB4FileDBRecord, reinterpret_cast<void**>(carrier.Receive()));
+    if (result != S_OK) return result;
+    result = carrier->SetParent(&parentId, &parentDate.m_time);
+    if (result != S_OK) return result;
+
+    for (ptrdiff_t i = 0; i < fileIds.GetSize(); ++i) {
+        uint64_t fileId = fileIds.GetAt(i);
+        if (UpdateFileRecord(fileId, carrier.Get()) != S_OK) result = E_FAIL;
+        // The update cleared the changed bit it wrote; set it for the next id.
+        carrier->SetParent(&parentId, &parentDate.m_time);
+
+        // A client holding the file sees the new parent too. Its setter takes
+        // the store's lock, so it runs outside the cache's lock.
+        ComPtr<IZanDB4FileDBRecord> live;
+        FileRecordCache::Use(DatabaseRegistry::fileRecordCache,
+                             [&](FileRecordCache& cache) { cache.Find(fileId, live.Receive()); });
+        if (live) live->SetParent(&parentId, &parentDate.m_time);
+    }
+    return result;
+}
+
+HRESULT CSQLiteFileBasicDB::UpdateFileRecord(uint64_t fileId, IZanDB4FileDBRecord* record) {
+    if (record == nullptr) return E_FAIL;
+    BeginTransaction();
+    uint32_t mask = 0;
+    record->GetChangedMask(&mask);
+    if (mask != 0) {
+        SetList set;
+        set.Sql().Format(u"UPDATE %s SET ", u"file_table");
+        if (mask & CZanDB4FileDBRecord::kManage) {
+            uint32_t manage = 0;
+            record->GetManage(&manage);
+            set.Unsigned(u"manage", manage);
+        }
+        if (mask & CZanDB4FileDBRecord::kFilePath) {
+            CZanTString path;
+            uint32_t diskVsn = 0;
+            record->GetFilePath(path, &diskVsn);
+            set.Text(u"file_path", StoredFilePath(path));
+            set.Unsigned(u"disk_vsn", diskVsn);
+            set.Text(u"path_key", PathKeyOf(path, diskVsn));
+        }
+        if (mask & CZanDB4FileDBRecord::kFileName) {
+            CZanTString name;
+            record->GetFileName(name);
+            set.Text(u"file_name", StoredFileName(name));
+        }
+        if (mask & CZanDB4FileDBRecord::kFileFormat) {
+            uint32_t format = 0;
+            record->GetFileFormat(&format);
+            set.Unsigned(u"file_format", format);
+        }
+        if (mask & CZanDB4FileDBRecord::kShootingDate) {
+            int64_t date = 0;
+            record->GetShootingDateValue(&date);
+            set.Wide(u"shooting_date", static_cast<uint64_t>(date));
+        }
+        if (mask & CZanDB4FileDBRecord::kThumbnailSize) set.Unsigned(u"thumbnail_size", ThumbnailSizeOf(record));
+        if (mask & CZanDB4FileDBRecord::kThumbnailOrientation) {
+            uint16_t orientation = 0;
+            record->GetThumbnailOrientation(&orientation);
+            set.Unsigned(u"thumbnail_orientation", orientation);
+        }
+        if (mask & CZanDB4FileDBRecord::kGps) {
+            float latitude = 0, longitude = 0;
+            record->GetGPS(&latitude, &longitude);
+            set.Real(u"gps_latitude", latitude);
+            set.Real(u"gps_longitude", longitude);
+        }
+        if (mask & CZanDB4FileDBRecord::kFileAttributes) {
+            uint32_t attributes = 0;
+            record->GetFileAttributes(&attributes);
+            set.Unsigned(u"file_attributes", attributes);
+        }
+        if (mask & CZanDB4FileDBRecord::kDidEdit) set.Unsigned(u"did_edit", Flag(record, &IZanDB4FileDBRecord::GetDidEdit));
+        if (mask & CZanDB4FileDBRecord::kIsFavorite)
+            set.Unsigned(u"is_favorite", Flag(record, &IZanDB4FileDBRecord::GetIsFavorite));
+        if (mask & CZanDB4FileDBRecord::kDidDetectFace)
+            set.Unsigned(u"did_detect_face", Flag(record, &IZanDB4FileDBRecord::GetDidDetectFace));
+        if (mask & CZanDB4FileDBRecord::kAlbumId) {
+            uint64_t albumId = 0;
+            record->GetAlbumID(&albumId);
+            set.Wide(u"album_id", albumId);
+            if (albumId != 0) m_albumRecount.insert(albumId);
+            // The live record of the row is usually this very record, so this
+            // notes the new album again; the record's SetAlbumID noted the old.
+            ComPtr<IZanDB4FileDBRecord> stored;
+            if (GetFileRecord(fileId, stored.Receive()) == S_OK && stored) {
+                uint64_t storedAlbum = 0;
+                stored->GetAlbumID(&storedAlbum);
+                if (storedAlbum != 0) m_albumRecount.insert(storedAlbum);
+            }
+        }
+        if (mask & CZanDB4FileDBRecord::kParent) {
+            uint64_t parentId = 0;
+            SYSTEMTIME parentDate{};
+            record->GetParent(&parentId, &parentDate);
+            int64_t date = CZanTDateTime(parentDate).GetPacked();
+            // A file without a parent carries its own shooting date there.
+            if (parentId == 0) record->GetShootingDateValue(&date);
+            set.Wide(u"parent_id", parentId);
+            set.Wide(u"parent_shooting_date", static_cast<uint64_t>(date));
+        }
+        if (mask & CZanDB4FileDBRecord::kUploadFlag)
+            set.Unsigned(u"upload_flag", Flag(record, &IZanDB4FileDBRecord::GetUploadFlag));
+        if (mask & CZanDB4FileDBRecord::kClassifyId) {
+            uint8_t classifyId = 0;
+            record->GetClassifyID(&classifyId);
+            set.Unsigned(u"classify_id", classifyId);
+        }
+        set.Sql().AppendFormat(u" WHERE %s='%llu'", u"file_id", static_cast<unsigned long long>(fileId));
+
+        // With only relation bits in the mask the SET list is empty and the
+        // statement fails here: such a record saves its tags along with a
+        // column, or through the tag operations.
+        char* message = nullptr;
+        int code = zandb4::sqlite3_exec16(m_db, set.Sql().GetString(), nullptr, nullptr, &message);
+        sqlite3_free(message);
+        if (code != SQLITE_OK) return E_FAIL;
+        record->MarkColumnsChanged(0);
+    }
+
+    uint32_t relations = 0;
+    if (record->GetRelationsChangedMask(&relations)) {
+        HRESULT written = S_OK;
+        if (relations & CZanDB4FileDBRecord::kTagSet) written = ReplaceFileTags(fileId, record);
+        if (relations & CZanDB4FileDBRecord::kMetaRecord) written = UpdateMetaRecord(fileId, record);
+        // A relation that failed stays marked for the next save; the update
+        // itself has succeeded.
+        if (written == S_OK) record->MarkRelationsChanged(0);
+    }
+    return S_OK;
+}
+
+HRESULT CSQLiteFileBasicDB::DeleteFileRow(uint64_t fileId) {
+    BeginTransaction();
+    DeleteFacesOfFile(fileId);
+    {
+        Statement album(m_db, kSelectAlbumOfFile);
+        if (album.IsPrepared()) {
+            album.BindInt64(1, static_cast<int64_t>(fileId));
+            if (album.Step() == SQLITE_ROW) {
+                uint64_t albumId = static_cast<uint64_t>(album.ColumnInt64(0));
+                if (albumId != 0) m_albumRecount.insert(albumId);
+            }
+        }
+    }
+    DeleteMetaRecord(fileId);
+
+    BeginTransaction();
+    HRESULT tagsDeleted = E_FAIL;
+    {
+        Statement tags(m_db, kDeleteFileTags);
+        if (tags.IsPrepared()) {
+            tags.BindInt64(1, static_cast<int64_t>(fileId));
+            int step = tags.Step();
+            tagsDeleted = step == SQLITE_DONE && tags.Finalize() == SQLITE_OK ? S_OK : E_FAIL;
+        }
+    }
+    DeleteMainImageCache(fileId);
+    if (tagsDeleted != S_OK) return E_FAIL;
+
+    Statement row(m_db, kDeleteFile);
+    if (!row.IsPrepared()) return E_FAIL;
+    row.BindInt64(1, static_cast<int64_t>(fileId));
+    int step = row.Step();
+    if (step != SQLITE_DONE || row.Finalize() != SQLITE_OK) return E_FAIL;
+    // A client still holding the record keeps an object whose id is now 0,
+    // so it reads nothing from a row that is gone.
+    FileRecordCache::Use(DatabaseRegistry::fileRecordCache, [&](FileRecordCache& cache) { cache.Remove(fileId); });
+    return S_OK;
+}
