@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds, and runs the zandb4 tool on a sample catalogue root:
-# "init" makes the catalogue, "info" lists it without changing anything.
+# "init" makes the catalogue, "info" lists it without changing anything, and
+# "ls" lists its files (none in a new catalogue) through a search.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -11,3 +12,5 @@ cmake --build --preset default -j "$(nproc)" --target zandb4_tool
 sample="${1:-${TMPDIR:-/tmp}/zandb4-sample}"
 ./build/tools/zandb4 init "$sample"
 ./build/tools/zandb4 info "$sample"
+echo "files shot in 2024 that are favourites:"
+./build/tools/zandb4 ls "$sample" --where date=2024-01-01..2024-12-31 --where favorite=yes

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs the whole test suite twice: a plain build, then a
-# build with AddressSanitizer and UndefinedBehaviorSanitizer.
+# build with AddressSanitizer and UndefinedBehaviorSanitizer. Last, the tests
+# that race threads on shared objects (label "threads") run once more under
+# ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -13,3 +15,8 @@ for preset in default sanitize; do
   cmake --build --preset "$preset" -j "$jobs"
   ctest --preset "$preset" -j "$jobs"
 done
+
+echo "=== tsan build (threads) ==="
+cmake --preset tsan > /dev/null
+cmake --build --preset tsan -j "$jobs" --target zandb4_thread_tests
+ctest --preset tsan -j "$jobs" -L threads

@@ -3,6 +3,8 @@
 //   zandb4 init ROOT   start the library on ROOT, which makes the folders and
 //                      stores of a catalogue, and list what is there
 //   zandb4 info ROOT   list the same without creating or changing anything
+//   zandb4 ls ROOT [--where KEY=VALUE]...
+//                      list the catalogue's files that meet every condition
 //
 // Exit codes: 0 success; 1 bad usage; 2 ROOT does not exist or holds no
 // catalogue; 3 the library refused to start.
@@ -10,8 +12,10 @@
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "catalogue_report.h"
+#include "file_listing.h"
 #include "zandb4.h"
 
 namespace {
@@ -22,12 +26,23 @@ constexpr int kExitNoCatalogue = 2;
 constexpr int kExitLibraryFailed = 3;
 
 void PrintUsage(std::ostream& out) {
-    out << "usage: zandb4 COMMAND ROOT\n"
+    out << "usage: zandb4 COMMAND ROOT [OPTIONS]\n"
            "\n"
            "commands:\n"
            "  init ROOT   make (or open) the catalogue under ROOT and list its folders,\n"
            "              store files and their schema versions\n"
            "  info ROOT   list the same for an existing catalogue, changing nothing\n"
+           "  ls ROOT [--where KEY=VALUE]...\n"
+           "              list the catalogue's files, oldest first, one per line:\n"
+           "              id, shooting date, format, favourite, album, path, name\n"
+           "\n"
+           "conditions of ls (all must hold):\n"
+           "  format=N                     file format N\n"
+           "  date=YYYY-MM-DD              shot on that day\n"
+           "  date=YYYY-MM-DD..YYYY-MM-DD  shot from the first day to the last\n"
+           "  favorite=yes|no              marked as favourite or not\n"
+           "  path=PREFIX                  file path starting with PREFIX\n"
+           "  album=ID                     in album ID\n"
            "\n"
            "options:\n"
            "  -h, --help  show this text\n"
@@ -75,6 +90,34 @@ int RunInfo(const std::string& root) {
     return kExitOk;
 }
 
+// "ls ROOT [--where KEY=VALUE]...": the conditions are checked before the
+// catalogue is touched.
+int RunList(int argc, char** argv) {
+    std::vector<zandb4::tool::Condition> conditions;
+    for (int i = 3; i < argc; ++i) {
+        std::string option = argv[i];
+        std::string condition;
+        if (option == "--where" && i + 1 < argc) {
+            condition = argv[++i];
+        } else if (option.rfind("--where=", 0) == 0) {
+            condition = option.substr(8);
+        } else {
+            std::cerr << "zandb4: ls: unknown option '" << option << "'"
+                      << (option == "--where" ? " (it needs KEY=VALUE)" : "") << "\n";
+            PrintUsage(std::cerr);
+            return kExitUsage;
+        }
+        zandb4::tool::Condition parsed;
+        std::string error;
+        if (!zandb4::tool::ParseCondition(condition, parsed, error)) {
+            std::cerr << "zandb4: ls: bad condition '" << condition << "': " << error << "\n";
+            return kExitUsage;
+        }
+        conditions.push_back(parsed);
+    }
+    return zandb4::tool::ListFiles(argv[2], conditions, std::cout, std::cerr);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -82,6 +125,7 @@ int main(int argc, char** argv) {
         PrintUsage(std::cout);
         return kExitOk;
     }
+    if (argc >= 3 && std::strcmp(argv[1], "ls") == 0) return RunList(argc, argv);
     if (argc != 3) {
         PrintUsage(std::cerr);
         return kExitUsage;
