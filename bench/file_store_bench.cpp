@@ -1,0 +1,135 @@
+// Costs of the file store on a catalogue of many files: inserting rows inside
+// one long transaction, turning every row of a search into a record (new
+// records, then records found live in the cache), and a search by a query
+// node that selects a few rows.
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <filesystem>
+
+#include "catalogue/file_basic_db.h"
+#include "frame/critical_section.h"
+#include "frame/database_registry.h"
+#include "zandb4.h"
+
+namespace {
+
+std::filesystem::path MakeCatalogueRoot() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "zandb4-bench-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) std::abort();
+    return pattern;
+}
+
+CSQLiteFileBasicDB::FileRowValues RowOf(uint64_t id) {
+    CSQLiteFileBasicDB::FileRowValues row;
+    row.fileId = id;
+    row.filePath.Format(u"/photos/%llu/IMG_%llu", static_cast<unsigned long long>(id / 100),
+                        static_cast<unsigned long long>(id));
+    row.fileName.Format(u"IMG_%llu.JPG", static_cast<unsigned long long>(id));
+    row.diskVsn = 0x1234;
+    row.fileFormat = static_cast<uint32_t>(id % 7);
+    row.shootingDate = (int64_t{2024} << 40) + (static_cast<int64_t>(1 + id % 12) << 32) +
+                       (static_cast<int64_t>(1 + id % 28) << 24);
+    row.manage = 1;
+    return row;
+}
+
+// The library started on a fresh root with files catalogue rows.
+class Catalogue {
+public:
+    explicit Catalogue(int64_t files) : m_root(MakeCatalogueRoot()) {
+        CZanTString root = CZanTString::FromUtf8(m_root.c_str());
+        m_started = ZanDB4_Initialize(root.GetString()) == S_OK;
+        m_store = zandb4::DatabaseRegistry::fileBasicDB;
+        if (!m_started || m_store == nullptr) return;
+        for (int64_t id = 1; id <= files; ++id) m_store->InsertFileRow(RowOf(static_cast<uint64_t>(id)));
+        m_store->Commit(false);
+    }
+    ~Catalogue() {
+        ZanDB4_Finalize();
+        std::filesystem::remove_all(m_root);
+    }
+    bool Ok() const { return m_started && m_store != nullptr; }
+    CSQLiteFileBasicDB* Store() { return m_store; }
+
+private:
+    std::filesystem::path m_root;
+    bool m_started = false;
+    CSQLiteFileBasicDB* m_store = nullptr;
+};
+
+void ReleaseAll(CZanTList<IZanDB4FileDBRecord*>& records) {
+    for (POSITION position = records.GetHeadPosition(); position != nullptr;) records.GetNext(position)->Release();
+    records.RemoveAll();
+}
+
+void BM_InsertFileRow(benchmark::State& state) {
+    Catalogue catalogue(0);
+    if (!catalogue.Ok()) state.SkipWithError("the library did not start");
+    uint64_t id = 0;
+    for (auto _ : state) benchmark::DoNotOptimize(catalogue.Store()->InsertFileRow(RowOf(++id)));
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_InsertFileRow);
+
+// Every search makes a new record per row: nobody holds the last search's.
+void BM_ListFilesNewRecords(benchmark::State& state) {
+    Catalogue catalogue(state.range(0));
+    if (!catalogue.Ok()) state.SkipWithError("the library did not start");
+    CZanTList<IZanDB4FileDBRecord*> records;
+    for (auto _ : state) {
+        CriticalSectionGuard guard(catalogue.Store()->m_lock);
+        catalogue.Store()->ListFiles(nullptr, static_cast<uint32_t>(state.range(2)), records,
+                                     static_cast<uint32_t>(state.range(1)));
+        ReleaseAll(records);
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+// Files, load mode (0 all columns, 2 the short list), sort flag.
+BENCHMARK(BM_ListFilesNewRecords)->Args({10000, 0, 0})->Args({10000, 2, 0})->Args({10000, 0, 1});
+
+// A client holds every record, so each search finds them live in the cache.
+void BM_ListFilesCachedRecords(benchmark::State& state) {
+    Catalogue catalogue(state.range(0));
+    if (!catalogue.Ok()) state.SkipWithError("the library did not start");
+    CZanTList<IZanDB4FileDBRecord*> held, records;
+    {
+        CriticalSectionGuard guard(catalogue.Store()->m_lock);
+        catalogue.Store()->ListFiles(nullptr, 0, held, 0);
+    }
+    for (auto _ : state) {
+        CriticalSectionGuard guard(catalogue.Store()->m_lock);
+        catalogue.Store()->ListFiles(nullptr, 0, records, 0);
+        ReleaseAll(records);
+    }
+    ReleaseAll(held);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_ListFilesCachedRecords)->Arg(10000);
+
+// A day of shooting out of many files: the search scans the table, as
+// shooting_date has no index of its own.
+void BM_ListFilesOfOneDay(benchmark::State& state) {
+    Catalogue catalogue(state.range(0));
+    if (!catalogue.Ok()) state.SkipWithError("the library did not start");
+    IZanDB4QueryMgr* queries = nullptr;
+    IZanDB4QueryNode* day = nullptr;
+    SYSTEMTIME date{};
+    date.wYear = 2024;
+    date.wMonth = 3;
+    date.wDay = 7;
+    if (ZanDB4_CreateInstance(&IID_IZanDB4QueryMgr, reinterpret_cast<void**>(&queries)) != S_OK ||
+        queries->CreateShootingDateNode(&day, 3, &date, nullptr) != S_OK)
+        state.SkipWithError("no query node");
+    CZanTList<IZanDB4FileDBRecord*> records;
+    for (auto _ : state) {
+        CriticalSectionGuard guard(catalogue.Store()->m_lock);
+        catalogue.Store()->ListFiles(day, 1, records, 0);
+        ReleaseAll(records);
+    }
+    if (day != nullptr) day->Release();
+    if (queries != nullptr) queries->Release();
+}
+BENCHMARK(BM_ListFilesOfOneDay)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
