@@ -54,6 +54,28 @@ int Statement::Finalize() {
     return m_finalizeCode;
 }
 
+namespace {
+
+// Whether text holds a second command behind its first one (or text that
+// does not parse there). Only whitespace and comments may follow.
+bool HasSecondCommand(sqlite3* db, const std::string& text) {
+    sqlite3_stmt* first = nullptr;
+    const char* tail = nullptr;
+    if (sqlite3_prepare_v2(db, text.c_str(), -1, &first, &tail) != SQLITE_OK) {
+        sqlite3_finalize(first);
+        return false;  // the first command fails on its own when it runs
+    }
+    sqlite3_finalize(first);
+    if (tail == nullptr || *tail == 0) return false;
+    sqlite3_stmt* second = nullptr;
+    int code = sqlite3_prepare_v2(db, tail, -1, &second, nullptr);
+    bool found = code != SQLITE_OK || second != nullptr;
+    sqlite3_finalize(second);
+    return found;
+}
+
+}  // namespace
+
 int sqlite3_exec16(sqlite3* db, const WCHAR* sql, int (*callback)(void*, int, char**, char**), void* argument,
                    char** errorMessage) {
     if (db == nullptr) {
@@ -61,6 +83,14 @@ int sqlite3_exec16(sqlite3* db, const WCHAR* sql, int (*callback)(void*, int, ch
         return SQLITE_MISUSE;
     }
     std::string text = platform::ToUtf8(sql == nullptr ? std::u16string_view() : std::u16string_view(sql));
+    // The generated UPDATEs carry names and paths unescaped. A quote in a
+    // name may break the statement, which then fails; it must never let a
+    // second command (a DELETE, say) run behind the first. A text with more
+    // than one command fails whole and runs nothing.
+    if (HasSecondCommand(db, text)) {
+        if (errorMessage != nullptr) *errorMessage = sqlite3_mprintf("%s", "more than one command in one statement");
+        return SQLITE_ERROR;
+    }
     return sqlite3_exec(db, text.c_str(), callback, argument, errorMessage);
 }
 

@@ -50,7 +50,9 @@ private:
     int m_finalizeCode = SQLITE_OK;
 };
 
-// sqlite3_exec for one UTF-16 statement: converts to UTF-8 and runs it. A null
+// sqlite3_exec for one UTF-16 statement: converts to UTF-8 and runs it. A
+// text holding a second command behind the first fails with SQLITE_ERROR and
+// runs nothing. A null
 // connection answers SQLITE_MISUSE without touching it. A message, if
 // errorMessage is given, comes from SQLite's allocator: free it with
 // sqlite3_free.

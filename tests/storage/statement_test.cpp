@@ -124,6 +124,32 @@ TEST_F(StatementTest, ExecAnswersSqlitesCode) {
     EXPECT_EQ(Text("SELECT count(*) FROM t"), "1");
 }
 
+TEST_F(StatementTest, ExecRunsOneCommandAndToleratesATrailingSemicolonOrComment) {
+    EXPECT_EQ(zandb4::Exec(db, u"INSERT INTO t (i) VALUES (1);"), SQLITE_OK);
+    EXPECT_EQ(zandb4::Exec(db, u"INSERT INTO t (i) VALUES (2); -- a note\n  "), SQLITE_OK);
+    EXPECT_EQ(zandb4::Exec(db, u"BEGIN;"), SQLITE_OK);
+    EXPECT_EQ(zandb4::Exec(db, u"COMMIT;"), SQLITE_OK);
+    EXPECT_EQ(Text("SELECT group_concat(i) FROM t"), "1,2");
+}
+
+// Values reach generated statements unescaped: a quote in a name must not
+// let a second command run behind the first. Such a text runs nothing.
+TEST_F(StatementTest, ExecRefusesASecondCommandAndRunsNeitherOfThem) {
+    ASSERT_EQ(zandb4::Exec(db, u"INSERT INTO t (i, s) VALUES (1, 'kept')"), SQLITE_OK);
+    char* message = nullptr;
+    int code = zandb4::sqlite3_exec16(db, u"UPDATE t SET s='x'; DELETE FROM t; --' WHERE i='1'", nullptr, nullptr,
+                                      &message);
+    EXPECT_EQ(code, SQLITE_ERROR);
+    ASSERT_NE(message, nullptr);
+    sqlite3_free(message);
+    EXPECT_EQ(Text("SELECT s FROM t WHERE i=1"), "kept");
+
+    // Text behind the first command that does not even parse fails the same
+    // way, and the first command does not run either.
+    EXPECT_EQ(zandb4::Exec(db, u"UPDATE t SET s='y'; x' WHERE i='1'"), SQLITE_ERROR);
+    EXPECT_EQ(Text("SELECT s FROM t WHERE i=1"), "kept");
+}
+
 TEST_F(StatementTest, BindsAndColumnsRoundTripByPosition) {
     const unsigned char blob[] = {0x00, 0x01, 0xFE, 0xFF, 0x00};
     {
