@@ -107,10 +107,6 @@ void AppendManagedCondition(CZanTString& sql, IZanDB4QueryNode* query) {
 
 int64_t PackedWithoutMilliseconds(const SYSTEMTIME& date) { return CZanTDateTime(date).GetPacked(); }
 
-}  // namespace
-
-namespace {
-
 // The common body of the two row readers: read is called on the record the
 // row goes into, with the mask of the mode.
 template <class ReadRow>
@@ -124,7 +120,6 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
     uint32_t mask = MaskOfMode(mode);
 
     HRESULT result = S_OK;
-    bool done = false;
     auto findOrMake = [&](FileRecordCache* cache) {
         IZanDB4FileDBRecord* live = nullptr;
         if (cache != nullptr && cache->Find(fileId, &live)) {
@@ -137,28 +132,21 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
                 *outRecord = live;
             else
                 live->Release();
-            done = true;
             return;
         }
-        if (outRecord == nullptr) {
-            done = true;
-            return;
-        }
+        if (outRecord == nullptr) return;
         IZanDB4FileDBRecord* made = nullptr;
         result = zandb4::CreateInstance(IID_IZanDB4FileDBRecord, reinterpret_cast<void**>(&made));
-        if (result != S_OK) {
-            done = true;
-            return;
-        }
+        if (result != S_OK) return;
         made->SetFileID(fileId);
         if (mask != 0) read(*static_cast<CZanDB4FileDBRecord*>(made), mask);
         if (cache != nullptr) cache->Add(fileId, made);
         *outRecord = made;
-        done = true;
     };
-    FileRecordCache::Use(DatabaseRegistry::fileRecordCache, [&](FileRecordCache& cache) { findOrMake(&cache); });
     // Without a cache (the library is shutting down) a record is still made.
-    if (!done) findOrMake(nullptr);
+    if (!FileRecordCache::Use(DatabaseRegistry::fileRecordCache,
+                              [&](FileRecordCache& cache) { findOrMake(&cache); }))
+        findOrMake(nullptr);
     return result;
 }
 

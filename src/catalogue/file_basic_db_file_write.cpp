@@ -69,13 +69,16 @@ uint32_t ThumbnailSizeOf(IZanDB4FileDBRecord* record) {
     return width * 65536u + height;
 }
 
-// Every column value of a record, read through its getters.
-CSQLiteFileBasicDB::FileRowValues RowValuesOf(IZanDB4FileDBRecord* record) {
-    CSQLiteFileBasicDB::FileRowValues row;
-    record->GetFileID(&row.fileId);
-    record->GetFilePath(row.filePath, &row.diskVsn);
-    record->GetFileName(row.fileName);
-    record->GetFileFormat(&row.fileFormat);
+uint32_t Flag(IZanDB4FileDBRecord* record, HRESULT (IZanDB4FileDBRecord::*getter)(uint8_t*)) {
+    uint8_t value = 0;
+    (record->*getter)(&value);
+    return value != 0 ? 1u : 0u;
+}
+
+// The values a file row takes over from a record, whether the row is the
+// record's own or an item group's made from it: shooting date, position,
+// attributes, thumbnail, flags, album and class.
+void ReadDescriptiveValues(IZanDB4FileDBRecord* record, CSQLiteFileBasicDB::FileRowValues& row) {
     record->GetShootingDateValue(&row.shootingDate);
     float latitude = 0, longitude = 0;
     record->GetGPS(&latitude, &longitude);
@@ -86,23 +89,28 @@ CSQLiteFileBasicDB::FileRowValues RowValuesOf(IZanDB4FileDBRecord* record) {
     uint16_t orientation = 0;
     record->GetThumbnailOrientation(&orientation);
     row.thumbnailOrientation = orientation;
-    uint8_t flag = 0;
-    record->GetDidEdit(&flag);
-    row.didEdit = flag != 0;
-    record->GetIsFavorite(&flag);
-    row.isFavorite = flag != 0;
-    record->GetDidDetectFace(&flag);
-    row.didDetectFace = flag != 0;
+    row.didEdit = Flag(record, &IZanDB4FileDBRecord::GetDidEdit) != 0;
+    row.isFavorite = Flag(record, &IZanDB4FileDBRecord::GetIsFavorite) != 0;
+    row.didDetectFace = Flag(record, &IZanDB4FileDBRecord::GetDidDetectFace) != 0;
     record->GetAlbumID(&row.albumId);
+    row.uploadFlag = Flag(record, &IZanDB4FileDBRecord::GetUploadFlag) != 0;
+    uint8_t classifyId = 0;
+    record->GetClassifyID(&classifyId);
+    row.classifyId = classifyId;
+}
+
+// Every column value of a record, read through its getters.
+CSQLiteFileBasicDB::FileRowValues RowValuesOf(IZanDB4FileDBRecord* record) {
+    CSQLiteFileBasicDB::FileRowValues row;
+    record->GetFileID(&row.fileId);
+    record->GetFilePath(row.filePath, &row.diskVsn);
+    record->GetFileName(row.fileName);
+    record->GetFileFormat(&row.fileFormat);
+    ReadDescriptiveValues(record, row);
     record->GetManage(&row.manage);
     SYSTEMTIME parentDate{};
     record->GetParent(&row.parentId, &parentDate);
     row.parentShootingDate = CZanTDateTime(parentDate).GetPacked();
-    record->GetUploadFlag(&flag);
-    row.uploadFlag = flag != 0;
-    uint8_t classifyId = 0;
-    record->GetClassifyID(&classifyId);
-    row.classifyId = classifyId;
     return row;
 }
 
@@ -130,12 +138,6 @@ private:
     CZanTString m_sql;
     bool m_first = true;
 };
-
-uint32_t Flag(IZanDB4FileDBRecord* record, HRESULT (IZanDB4FileDBRecord::*getter)(uint8_t*)) {
-    uint8_t value = 0;
-    (record->*getter)(&value);
-    return value != 0 ? 1u : 0u;
-}
 
 }  // namespace
 
@@ -189,25 +191,8 @@ HRESULT CSQLiteFileBasicDB::AddItemGroupFile(uint64_t fileId, IZanDB4FileDBRecor
 
     ComPtr<IZanDB4FileMetaDBRecord> meta;
     source->GetMetaRecord(meta.Receive());  // brings the metadata in for the insert below
-    source->GetShootingDateValue(&row.shootingDate);
+    ReadDescriptiveValues(source, row);
     row.parentShootingDate = row.shootingDate;
-    float latitude = 0, longitude = 0;
-    source->GetGPS(&latitude, &longitude);
-    row.latitude = latitude;
-    row.longitude = longitude;
-    source->GetFileAttributes(&row.fileAttributes);
-    row.thumbnailSize = ThumbnailSizeOf(source);
-    uint16_t orientation = 0;
-    source->GetThumbnailOrientation(&orientation);
-    row.thumbnailOrientation = orientation;
-    row.didEdit = Flag(source, &IZanDB4FileDBRecord::GetDidEdit) != 0;
-    row.isFavorite = Flag(source, &IZanDB4FileDBRecord::GetIsFavorite) != 0;
-    row.didDetectFace = Flag(source, &IZanDB4FileDBRecord::GetDidDetectFace) != 0;
-    source->GetAlbumID(&row.albumId);
-    row.uploadFlag = Flag(source, &IZanDB4FileDBRecord::GetUploadFlag) != 0;
-    uint8_t classifyId = 0;
-    source->GetClassifyID(&classifyId);
-    row.classifyId = classifyId;
 
     HRESULT result = InsertFileRow(row);
     if (result != S_OK) return result;
