@@ -262,6 +262,8 @@ public:
     std::set<uint64_t> m_petGroupRecount;
 
 private:
+    // The album notes of an update that changes album_id.
+    void NoteAlbumsOfUpdate(uint64_t fileId, IZanDB4FileDBRecord* record);
     bool IsIdTaken(uint32_t idType, uint64_t id);
     void RecountIndividuals(uint32_t individualType, const std::set<uint64_t>& ids);
     void RecountGroups(uint32_t individualType, const std::set<uint64_t>& ids);

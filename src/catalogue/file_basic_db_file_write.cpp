@@ -122,7 +122,6 @@ public:
     void Text(const WCHAR* column, const CZanTString& value) { Add(u"%s='%s'", column, value.GetString()); }
     void Wide(const WCHAR* column, uint64_t value) { Add(u"%s='%llu'", column, static_cast<unsigned long long>(value)); }
     void Real(const WCHAR* column, float value) { Add(u"%s='%f'", column, static_cast<double>(value)); }
-    const CZanTString& Sql() const { return m_sql; }
     CZanTString& Sql() { return m_sql; }
 
 private:
@@ -138,6 +137,87 @@ private:
     CZanTString m_sql;
     bool m_first = true;
 };
+
+// The UPDATE of the columns that mask names, in the fixed order of the mask
+// bits, with the values written into the text.
+CZanTString ColumnUpdateOf(IZanDB4FileDBRecord* record, uint32_t mask, uint64_t fileId) {
+    SetList set;
+    set.Sql().Format(u"UPDATE %s SET ", u"file_table");
+    if (mask & CZanDB4FileDBRecord::kManage) {
+        uint32_t manage = 0;
+        record->GetManage(&manage);
+        set.Unsigned(u"manage", manage);
+    }
+    if (mask & CZanDB4FileDBRecord::kFilePath) {
+        CZanTString path;
+        uint32_t diskVsn = 0;
+        record->GetFilePath(path, &diskVsn);
+        set.Text(u"file_path", CSQLiteFileBasicDB::StoredFilePath(path));
+        set.Unsigned(u"disk_vsn", diskVsn);
+        set.Text(u"path_key", CSQLiteFileBasicDB::PathKeyOf(path, diskVsn));
+    }
+    if (mask & CZanDB4FileDBRecord::kFileName) {
+        CZanTString name;
+        record->GetFileName(name);
+        set.Text(u"file_name", CSQLiteFileBasicDB::StoredFileName(name));
+    }
+    if (mask & CZanDB4FileDBRecord::kFileFormat) {
+        uint32_t format = 0;
+        record->GetFileFormat(&format);
+        set.Unsigned(u"file_format", format);
+    }
+    if (mask & CZanDB4FileDBRecord::kShootingDate) {
+        int64_t date = 0;
+        record->GetShootingDateValue(&date);
+        set.Wide(u"shooting_date", static_cast<uint64_t>(date));
+    }
+    if (mask & CZanDB4FileDBRecord::kThumbnailSize) set.Unsigned(u"thumbnail_size", ThumbnailSizeOf(record));
+    if (mask & CZanDB4FileDBRecord::kThumbnailOrientation) {
+        uint16_t orientation = 0;
+        record->GetThumbnailOrientation(&orientation);
+        set.Unsigned(u"thumbnail_orientation", orientation);
+    }
+    if (mask & CZanDB4FileDBRecord::kGps) {
+        float latitude = 0, longitude = 0;
+        record->GetGPS(&latitude, &longitude);
+        set.Real(u"gps_latitude", latitude);
+        set.Real(u"gps_longitude", longitude);
+    }
+    if (mask & CZanDB4FileDBRecord::kFileAttributes) {
+        uint32_t attributes = 0;
+        record->GetFileAttributes(&attributes);
+        set.Unsigned(u"file_attributes", attributes);
+    }
+    if (mask & CZanDB4FileDBRecord::kDidEdit) set.Unsigned(u"did_edit", Flag(record, &IZanDB4FileDBRecord::GetDidEdit));
+    if (mask & CZanDB4FileDBRecord::kIsFavorite)
+        set.Unsigned(u"is_favorite", Flag(record, &IZanDB4FileDBRecord::GetIsFavorite));
+    if (mask & CZanDB4FileDBRecord::kDidDetectFace)
+        set.Unsigned(u"did_detect_face", Flag(record, &IZanDB4FileDBRecord::GetDidDetectFace));
+    if (mask & CZanDB4FileDBRecord::kAlbumId) {
+        uint64_t albumId = 0;
+        record->GetAlbumID(&albumId);
+        set.Wide(u"album_id", albumId);
+    }
+    if (mask & CZanDB4FileDBRecord::kParent) {
+        uint64_t parentId = 0;
+        SYSTEMTIME parentDate{};
+        record->GetParent(&parentId, &parentDate);
+        int64_t date = CZanTDateTime(parentDate).GetPacked();
+        // A file without a parent carries its own shooting date there.
+        if (parentId == 0) record->GetShootingDateValue(&date);
+        set.Wide(u"parent_id", parentId);
+        set.Wide(u"parent_shooting_date", static_cast<uint64_t>(date));
+    }
+    if (mask & CZanDB4FileDBRecord::kUploadFlag)
+        set.Unsigned(u"upload_flag", Flag(record, &IZanDB4FileDBRecord::GetUploadFlag));
+    if (mask & CZanDB4FileDBRecord::kClassifyId) {
+        uint8_t classifyId = 0;
+        record->GetClassifyID(&classifyId);
+        set.Unsigned(u"classify_id", classifyId);
+    }
+    set.Sql().AppendFormat(u" WHERE %s='%llu'", u"file_id", static_cast<unsigned long long>(fileId));
+    return set.Sql();
+}
 
 }  // namespace
 
@@ -230,107 +310,39 @@ HRESULT CSQLiteFileBasicDB::SetParentOfFiles(const CZanTArray<uint64_t>& fileIds
     return result;
 }
 
+// The new album goes to the recount, and so does the album of the row's live
+// record. That record is usually this very one, so this notes the new album
+// again; the record's own SetAlbumID noted the old one.
+void CSQLiteFileBasicDB::NoteAlbumsOfUpdate(uint64_t fileId, IZanDB4FileDBRecord* record) {
+    uint64_t albumId = 0;
+    record->GetAlbumID(&albumId);
+    if (albumId != 0) m_albumRecount.insert(albumId);
+    ComPtr<IZanDB4FileDBRecord> stored;
+    if (GetFileRecord(fileId, stored.Receive()) == S_OK && stored) {
+        uint64_t storedAlbum = 0;
+        stored->GetAlbumID(&storedAlbum);
+        if (storedAlbum != 0) m_albumRecount.insert(storedAlbum);
+    }
+}
+
 HRESULT CSQLiteFileBasicDB::UpdateFileRecord(uint64_t fileId, IZanDB4FileDBRecord* record) {
     if (record == nullptr) return E_FAIL;
     BeginTransaction();
     uint32_t mask = 0;
     record->GetChangedMask(&mask);
     if (mask != 0) {
-        SetList set;
-        set.Sql().Format(u"UPDATE %s SET ", u"file_table");
-        if (mask & CZanDB4FileDBRecord::kManage) {
-            uint32_t manage = 0;
-            record->GetManage(&manage);
-            set.Unsigned(u"manage", manage);
-        }
-        if (mask & CZanDB4FileDBRecord::kFilePath) {
-            CZanTString path;
-            uint32_t diskVsn = 0;
-            record->GetFilePath(path, &diskVsn);
-            set.Text(u"file_path", StoredFilePath(path));
-            set.Unsigned(u"disk_vsn", diskVsn);
-            set.Text(u"path_key", PathKeyOf(path, diskVsn));
-        }
-        if (mask & CZanDB4FileDBRecord::kFileName) {
-            CZanTString name;
-            record->GetFileName(name);
-            set.Text(u"file_name", StoredFileName(name));
-        }
-        if (mask & CZanDB4FileDBRecord::kFileFormat) {
-            uint32_t format = 0;
-            record->GetFileFormat(&format);
-            set.Unsigned(u"file_format", format);
-        }
-        if (mask & CZanDB4FileDBRecord::kShootingDate) {
-            int64_t date = 0;
-            record->GetShootingDateValue(&date);
-            set.Wide(u"shooting_date", static_cast<uint64_t>(date));
-        }
-        if (mask & CZanDB4FileDBRecord::kThumbnailSize) set.Unsigned(u"thumbnail_size", ThumbnailSizeOf(record));
-        if (mask & CZanDB4FileDBRecord::kThumbnailOrientation) {
-            uint16_t orientation = 0;
-            record->GetThumbnailOrientation(&orientation);
-            set.Unsigned(u"thumbnail_orientation", orientation);
-        }
-        if (mask & CZanDB4FileDBRecord::kGps) {
-            float latitude = 0, longitude = 0;
-            record->GetGPS(&latitude, &longitude);
-            set.Real(u"gps_latitude", latitude);
-            set.Real(u"gps_longitude", longitude);
-        }
-        if (mask & CZanDB4FileDBRecord::kFileAttributes) {
-            uint32_t attributes = 0;
-            record->GetFileAttributes(&attributes);
-            set.Unsigned(u"file_attributes", attributes);
-        }
-        if (mask & CZanDB4FileDBRecord::kDidEdit) set.Unsigned(u"did_edit", Flag(record, &IZanDB4FileDBRecord::GetDidEdit));
-        if (mask & CZanDB4FileDBRecord::kIsFavorite)
-            set.Unsigned(u"is_favorite", Flag(record, &IZanDB4FileDBRecord::GetIsFavorite));
-        if (mask & CZanDB4FileDBRecord::kDidDetectFace)
-            set.Unsigned(u"did_detect_face", Flag(record, &IZanDB4FileDBRecord::GetDidDetectFace));
-        if (mask & CZanDB4FileDBRecord::kAlbumId) {
-            uint64_t albumId = 0;
-            record->GetAlbumID(&albumId);
-            set.Wide(u"album_id", albumId);
-            if (albumId != 0) m_albumRecount.insert(albumId);
-            // The live record of the row is usually this very record, so this
-            // notes the new album again; the record's SetAlbumID noted the old.
-            ComPtr<IZanDB4FileDBRecord> stored;
-            if (GetFileRecord(fileId, stored.Receive()) == S_OK && stored) {
-                uint64_t storedAlbum = 0;
-                stored->GetAlbumID(&storedAlbum);
-                if (storedAlbum != 0) m_albumRecount.insert(storedAlbum);
-            }
-        }
-        if (mask & CZanDB4FileDBRecord::kParent) {
-            uint64_t parentId = 0;
-            SYSTEMTIME parentDate{};
-            record->GetParent(&parentId, &parentDate);
-            int64_t date = CZanTDateTime(parentDate).GetPacked();
-            // A file without a parent carries its own shooting date there.
-            if (parentId == 0) record->GetShootingDateValue(&date);
-            set.Wide(u"parent_id", parentId);
-            set.Wide(u"parent_shooting_date", static_cast<uint64_t>(date));
-        }
-        if (mask & CZanDB4FileDBRecord::kUploadFlag)
-            set.Unsigned(u"upload_flag", Flag(record, &IZanDB4FileDBRecord::GetUploadFlag));
-        if (mask & CZanDB4FileDBRecord::kClassifyId) {
-            uint8_t classifyId = 0;
-            record->GetClassifyID(&classifyId);
-            set.Unsigned(u"classify_id", classifyId);
-        }
-        set.Sql().AppendFormat(u" WHERE %s='%llu'", u"file_id", static_cast<unsigned long long>(fileId));
+        CZanTString sql = ColumnUpdateOf(record, mask, fileId);
+        if (mask & CZanDB4FileDBRecord::kAlbumId) NoteAlbumsOfUpdate(fileId, record);
 
         // With only relation bits in the mask the SET list is empty and the
         // statement fails here: such a record saves its tags along with a
         // column, or through the tag operations.
         char* message = nullptr;
-        int code = zandb4::sqlite3_exec16(m_db, set.Sql().GetString(), nullptr, nullptr, &message);
+        int code = zandb4::sqlite3_exec16(m_db, sql.GetString(), nullptr, nullptr, &message);
         sqlite3_free(message);
         if (code != SQLITE_OK) return E_FAIL;
         record->MarkColumnsChanged(0);
     }
-
     uint32_t relations = 0;
     if (record->GetRelationsChangedMask(&relations)) {
         HRESULT written = S_OK;

@@ -1,22 +1,15 @@
 #include "faces/face_db_record.h"
 
-namespace {
+#include "frame/deliver.h"
 
-template <class T>
-HRESULT CopyOut(T* out, const T& value) {
-    if (out == nullptr) return E_INVALIDARG;
-    *out = value;
-    return S_OK;
-}
-
-}  // namespace
+using zandb4::Deliver;
 
 HRESULT CZanDB4FaceDBRecord::SetFaceID(uint64_t faceId) {
     m_faceId = faceId;
     return S_OK;
 }
 
-HRESULT CZanDB4FaceDBRecord::GetFaceID(uint64_t* outFaceId) { return CopyOut(outFaceId, m_faceId); }
+HRESULT CZanDB4FaceDBRecord::GetFaceID(uint64_t* outFaceId) { return Deliver(outFaceId, m_faceId); }
 
 HRESULT CZanDB4FaceDBRecord::SetIndividualID(uint64_t individualId) {
     m_individualId = individualId;
@@ -24,7 +17,7 @@ HRESULT CZanDB4FaceDBRecord::SetIndividualID(uint64_t individualId) {
 }
 
 HRESULT CZanDB4FaceDBRecord::GetIndividualID(uint64_t* outIndividualId) {
-    return CopyOut(outIndividualId, m_individualId);
+    return Deliver(outIndividualId, m_individualId);
 }
 
 HRESULT CZanDB4FaceDBRecord::SetFileID(uint64_t fileId) {
@@ -32,7 +25,7 @@ HRESULT CZanDB4FaceDBRecord::SetFileID(uint64_t fileId) {
     return S_OK;
 }
 
-HRESULT CZanDB4FaceDBRecord::GetFileID(uint64_t* outFileId) { return CopyOut(outFileId, m_fileId); }
+HRESULT CZanDB4FaceDBRecord::GetFileID(uint64_t* outFileId) { return Deliver(outFileId, m_fileId); }
 
 HRESULT CZanDB4FaceDBRecord::SetRect(const RECT* rect) {
     if (rect == nullptr) return E_INVALIDARG;
@@ -40,7 +33,7 @@ HRESULT CZanDB4FaceDBRecord::SetRect(const RECT* rect) {
     return S_OK;
 }
 
-HRESULT CZanDB4FaceDBRecord::GetRect(RECT* outRect) { return CopyOut(outRect, m_rect); }
+HRESULT CZanDB4FaceDBRecord::GetRect(RECT* outRect) { return Deliver(outRect, m_rect); }
 
 // Any value is kept; the store operations answer E_INVALIDARG to a type
 // other than 1 or 2 when they see the record.
@@ -49,4 +42,4 @@ HRESULT CZanDB4FaceDBRecord::SetIndividualType(uint32_t type) {
     return S_OK;
 }
 
-HRESULT CZanDB4FaceDBRecord::GetIndividualType(uint32_t* outType) { return CopyOut(outType, m_individualType); }
+HRESULT CZanDB4FaceDBRecord::GetIndividualType(uint32_t* outType) { return Deliver(outType, m_individualType); }

@@ -1,17 +1,9 @@
 // CZanDB4FileMetaDBRecord: accessors and the packing of the split GPS values.
 #include "records/file_meta_db_record.h"
 
-namespace {
+#include "frame/deliver.h"
 
-// Stores value through out, or answers E_INVALIDARG for a null out.
-template <class T>
-HRESULT Deliver(T* out, const T& value) {
-    if (out == nullptr) return E_INVALIDARG;
-    *out = value;
-    return S_OK;
-}
-
-}  // namespace
+using zandb4::Deliver;
 
 int64_t CZanDB4FileMetaDBRecord::PackAltitude(int32_t first, int32_t second) {
     // A negative second half borrows from the first: (1, -1) is 4294967295.

@@ -157,30 +157,27 @@ HRESULT CZanDB4DBQueryMgr::CreateShootingDateNode(IZanDB4QueryNode** outNode, ui
                                        kShootingDate, upperText.GetString()));
 }
 
-HRESULT CZanDB4DBQueryMgr::MakeRange(IZanDB4QueryNode** outNode, const WCHAR* column, double lower, double upper) {
+HRESULT CZanDB4DBQueryMgr::MakeBoundedRange(IZanDB4QueryNode** outNode, const WCHAR* column, float lower,
+                                            float upper, float bound) {
+    if (outNode != nullptr) *outNode = nullptr;
+    // Written so that a NaN fails the test too.
+    if (!(lower <= upper && lower >= -bound && lower <= bound && upper >= -bound && upper <= bound))
+        return E_INVALIDARG;
+    if (outNode == nullptr) return E_INVALIDARG;
     ComPtr<IZanDB4QueryNode> low, high;
-    HRESULT result = MakeLeaf(low.Receive(), column, kGreaterOrEqual, Formatted(u"%f", lower));
+    HRESULT result = MakeLeaf(low.Receive(), column, kGreaterOrEqual, Formatted(u"%f", static_cast<double>(lower)));
     if (result != S_OK) return result;
-    result = MakeLeaf(high.Receive(), column, kLessOrEqual, Formatted(u"%f", upper));
+    result = MakeLeaf(high.Receive(), column, kLessOrEqual, Formatted(u"%f", static_cast<double>(upper)));
     if (result != S_OK) return result;
     return CombineNodes(outNode, low.Get(), high.Get(), kAnd, 0);
 }
 
 HRESULT CZanDB4DBQueryMgr::CreateLatitudeNode(IZanDB4QueryNode** outNode, float lower, float upper) {
-    if (outNode != nullptr) *outNode = nullptr;
-    // Written so that a NaN fails the test too.
-    if (!(lower <= upper && lower >= -90.0f && lower <= 90.0f && upper >= -90.0f && upper <= 90.0f))
-        return E_INVALIDARG;
-    if (outNode == nullptr) return E_INVALIDARG;
-    return MakeRange(outNode, kLatitude, lower, upper);
+    return MakeBoundedRange(outNode, kLatitude, lower, upper, 90.0f);
 }
 
 HRESULT CZanDB4DBQueryMgr::CreateLongitudeNode(IZanDB4QueryNode** outNode, float lower, float upper) {
-    if (outNode != nullptr) *outNode = nullptr;
-    if (!(lower <= upper && lower >= -180.0f && lower <= 180.0f && upper >= -180.0f && upper <= 180.0f))
-        return E_INVALIDARG;
-    if (outNode == nullptr) return E_INVALIDARG;
-    return MakeRange(outNode, kLongitude, lower, upper);
+    return MakeBoundedRange(outNode, kLongitude, lower, upper, 180.0f);
 }
 
 // file_table has no gps_areainfo column (meta_table, album_table and the

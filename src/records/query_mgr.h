@@ -64,6 +64,8 @@ protected:
 
 private:
     // Two leaves on one column, ">= lower" and "<= upper", joined by AND
-    // without parentheses. The leaves are released whatever happens.
-    HRESULT MakeRange(IZanDB4QueryNode** outNode, const WCHAR* column, double lower, double upper);
+    // without parentheses; E_INVALIDARG unless -bound <= lower <= upper <=
+    // bound. The leaves are released whatever happens.
+    HRESULT MakeBoundedRange(IZanDB4QueryNode** outNode, const WCHAR* column, float lower, float upper,
+                             float bound);
 };

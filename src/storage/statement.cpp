@@ -56,16 +56,9 @@ int Statement::Finalize() {
 
 namespace {
 
-// Whether text holds a second command behind its first one (or text that
-// does not parse there). Only whitespace and comments may follow.
-bool HasSecondCommand(sqlite3* db, const std::string& text) {
-    sqlite3_stmt* first = nullptr;
-    const char* tail = nullptr;
-    if (sqlite3_prepare_v2(db, text.c_str(), -1, &first, &tail) != SQLITE_OK) {
-        sqlite3_finalize(first);
-        return false;  // the first command fails on its own when it runs
-    }
-    sqlite3_finalize(first);
+// Whether the text behind a first command holds another one (or text that
+// does not parse). Only whitespace and comments may follow.
+bool HoldsAnotherCommand(sqlite3* db, const char* tail) {
     if (tail == nullptr || *tail == 0) return false;
     sqlite3_stmt* second = nullptr;
     int code = sqlite3_prepare_v2(db, tail, -1, &second, nullptr);
@@ -74,24 +67,48 @@ bool HasSecondCommand(sqlite3* db, const std::string& text) {
     return found;
 }
 
+void SetMessage(char** errorMessage, const char* text) {
+    if (errorMessage != nullptr) *errorMessage = sqlite3_mprintf("%s", text);
+}
+
 }  // namespace
 
 int sqlite3_exec16(sqlite3* db, const WCHAR* sql, int (*callback)(void*, int, char**, char**), void* argument,
                    char** errorMessage) {
     if (db == nullptr) {
-        if (errorMessage != nullptr) *errorMessage = sqlite3_mprintf("%s", sqlite3_errstr(SQLITE_MISUSE));
+        SetMessage(errorMessage, sqlite3_errstr(SQLITE_MISUSE));
         return SQLITE_MISUSE;
     }
     std::string text = platform::ToUtf8(sql == nullptr ? std::u16string_view() : std::u16string_view(sql));
+    sqlite3_stmt* first = nullptr;
+    const char* tail = nullptr;
+    int code = sqlite3_prepare_v2(db, text.c_str(), -1, &first, &tail);
+    if (code != SQLITE_OK) {
+        SetMessage(errorMessage, sqlite3_errmsg(db));
+        return code;
+    }
     // The generated UPDATEs carry names and paths unescaped. A quote in a
     // name may break the statement, which then fails; it must never let a
     // second command (a DELETE, say) run behind the first. A text with more
     // than one command fails whole and runs nothing.
-    if (HasSecondCommand(db, text)) {
-        if (errorMessage != nullptr) *errorMessage = sqlite3_mprintf("%s", "more than one command in one statement");
+    if (HoldsAnotherCommand(db, tail)) {
+        sqlite3_finalize(first);
+        SetMessage(errorMessage, "more than one command in one statement");
         return SQLITE_ERROR;
     }
-    return sqlite3_exec(db, text.c_str(), callback, argument, errorMessage);
+    if (callback != nullptr) {
+        // Rows go to the callback the way sqlite3_exec hands them over.
+        sqlite3_finalize(first);
+        return sqlite3_exec(db, text.c_str(), callback, argument, errorMessage);
+    }
+    if (first == nullptr) return SQLITE_OK;  // only whitespace or comments
+    while ((code = sqlite3_step(first)) == SQLITE_ROW) {
+    }
+    int finalized = sqlite3_finalize(first);
+    if (code == SQLITE_DONE && finalized == SQLITE_OK) return SQLITE_OK;
+    code = finalized != SQLITE_OK ? finalized : code;
+    SetMessage(errorMessage, sqlite3_errmsg(db));
+    return code;
 }
 
 }  // namespace zandb4
