@@ -91,6 +91,25 @@ HRESULT CSQLiteDBBase::Open() {
     return S_OK;
 }
 
+HRESULT CSQLiteDBBase::OpenReadOnly(int busyMilliseconds) {
+    m_tooNew = 0;
+    m_inTransaction = 0;
+    m_volumeSerial = 0;
+    CloseConnection();
+    if (IsInMemory() || m_folder.IsEmpty()) return E_FAIL;
+    std::string narrowPath = FullPath().ToUtf8();
+    if (!platform::PathFileExists(narrowPath)) return E_FAIL;
+    if (sqlite3_open_v2(narrowPath.c_str(), &m_db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
+        CloseConnection();
+        return E_FAIL;
+    }
+    sqlite3_busy_timeout(m_db, busyMilliseconds);
+    uint32_t stored = 0;
+    GetVersion(&stored);
+    if (stored != 0 && stored / 1000 > m_version / 1000) m_tooNew = 1;
+    return S_OK;
+}
+
 HRESULT CSQLiteDBBase::GetVersion(uint32_t* outVersion) {
     if (m_db == nullptr) return E_FAIL;
     if (outVersion == nullptr) return E_INVALIDARG;

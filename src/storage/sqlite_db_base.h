@@ -64,6 +64,15 @@ public:
     // 0 for an empty pool; E_INVALIDARG for a null out.
     virtual HRESULT TakePooledID(uint32_t idType, uint64_t* outId);
 
+    // Opens the file that is there for reading only, for tools that look
+    // into a catalogue: the file is never made, its tables never created and
+    // nothing upgraded, and every write then fails in SQLite. A read that
+    // meets another process's lock waits up to busyMilliseconds. Reads the
+    // version and sets m_tooNew as Open does, with no volume guard (nothing
+    // is ever committed). E_FAIL when the file is missing or SQLite cannot
+    // open it; the store then has no connection.
+    HRESULT OpenReadOnly(int busyMilliseconds);
+
     // m_folder joined with m_fileName, or ":memory:" alone.
     CZanTString FullPath() const;
     bool IsInMemory() const;

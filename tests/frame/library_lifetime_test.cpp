@@ -9,6 +9,7 @@
 
 #include "catalogue/file_basic_db.h"
 #include "frame/database_registry.h"
+#include "library/read_only_start.h"
 #include "platform/files.h"
 #include "support/sqlite_probe.h"
 #include "support/temp_folder.h"
@@ -277,6 +278,38 @@ TEST_F(LibraryLifetime, NullRootMeansTheFolderOfTheLibraryFile) {
     EXPECT_EQ(ZanDB4_DropDatabase(nullptr), S_OK);
     EXPECT_FALSE(fs::exists(beside / "database"));
     if (!hadInformation) fs::remove_all(beside / "information");
+}
+
+TEST_F(LibraryLifetime, ReadOnlyStartOnARootWithoutCatalogueMakesNothingAndStaysDown) {
+    EXPECT_EQ(zandb4::StartReadOnly(m_root.Wide().GetString(), 100), E_FAIL);
+
+    EXPECT_EQ(DatabaseRegistry::initCount, 0);
+    EXPECT_EQ(DatabaseRegistry::fileBasicDB, nullptr);
+    EXPECT_FALSE(fs::exists(m_root / "database"));
+    EXPECT_FALSE(fs::exists(m_root / "information"));
+}
+
+TEST_F(LibraryLifetime, ReadOnlyStartOpensTheCatalogueAndChangesNothingOnDisk) {
+    ASSERT_EQ(ZanDB4_Initialize(m_root.Wide().GetString()), S_OK);
+    ASSERT_EQ(ZanDB4_Finalize(), S_OK);
+    fs::remove_all(m_root / "information");
+    auto before = fs::last_write_time(m_root / "database" / "FileBasic.db");
+    auto sizeBefore = fs::file_size(m_root / "database" / "FileBasic.db");
+
+    ASSERT_EQ(zandb4::StartReadOnly(m_root.Wide().GetString(), 100), S_OK);
+    EXPECT_EQ(DatabaseRegistry::initCount, 1);
+    ASSERT_NE(DatabaseRegistry::fileBasicDB, nullptr);
+    EXPECT_NE(DatabaseRegistry::fileBasicDB->m_db, nullptr);
+    EXPECT_NE(DatabaseRegistry::fileRecordCache, nullptr);
+    // A second start of any kind while up is refused.
+    EXPECT_EQ(zandb4::StartReadOnly(m_root.Wide().GetString(), 100), E_FAIL);
+    EXPECT_EQ(ZanDB4_Finalize(), S_OK);
+
+    EXPECT_EQ(DatabaseRegistry::initCount, 0);
+    EXPECT_FALSE(fs::exists(m_root / "information"));
+    EXPECT_EQ(fs::last_write_time(m_root / "database" / "FileBasic.db"), before);
+    EXPECT_EQ(fs::file_size(m_root / "database" / "FileBasic.db"), sizeBefore);
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_root / "database"), fs::directory_iterator()), 1);
 }
 
 }  // namespace

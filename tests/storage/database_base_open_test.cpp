@@ -560,3 +560,59 @@ TEST(DatabaseBaseOpen, MemoryStoreGetsFreshTablesAtEveryOpen) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(DatabaseBaseOpenReadOnly, MissingFileFailsAndMakesNothing) {
+    TempFolder folder;
+    CSQLiteDBBase store;
+    PlaceStore(store, folder);
+
+    EXPECT_EQ(store.OpenReadOnly(100), E_FAIL);
+
+    EXPECT_EQ(store.m_db, nullptr);
+    EXPECT_FALSE(std::filesystem::exists(folder / kStoreName));
+}
+
+TEST(DatabaseBaseOpenReadOnly, ExistingFileReadsButRefusesEveryWrite) {
+    TempFolder folder;
+    MakeStoreFileOfVersion(folder, 1201);
+    std::string before = ReadWholeFile(folder / kStoreName);
+    CSQLiteDBBase store;
+    PlaceStore(store, folder);
+
+    ASSERT_EQ(store.OpenReadOnly(100), S_OK);
+    uint32_t version = 0;
+    EXPECT_EQ(store.GetVersion(&version), S_OK);
+    EXPECT_EQ(version, 1201u);
+    EXPECT_EQ(store.m_tooNew, 0);
+    EXPECT_EQ(store.m_volumeSerial, 0u);
+    EXPECT_EQ(store.SetVersion(1300), E_FAIL);
+    store.Close();
+
+    EXPECT_EQ(ReadWholeFile(folder / kStoreName), before);
+}
+
+TEST(DatabaseBaseOpenReadOnly, NewerMajorVersionIsMarkedTooNew) {
+    TempFolder folder;
+    MakeStoreFileOfVersion(folder, 2000);
+    CSQLiteDBBase store;
+    PlaceStore(store, folder);
+
+    ASSERT_EQ(store.OpenReadOnly(100), S_OK);
+    EXPECT_EQ(store.m_tooNew, 1);
+}
+
+TEST(DatabaseBaseOpenReadOnly, MemoryStoreAndEmptyFolderFail) {
+    CSQLiteDBBase memory;
+    memory.m_fileName = u":memory:";
+    EXPECT_EQ(memory.OpenReadOnly(100), E_FAIL);
+    EXPECT_EQ(memory.m_db, nullptr);
+
+    CSQLiteDBBase unnamed;
+    unnamed.m_fileName = CZanTString::FromUtf8(kStoreName);
+    EXPECT_EQ(unnamed.OpenReadOnly(100), E_FAIL);
+    EXPECT_EQ(unnamed.m_db, nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,33 @@
+// StartReadOnly: the registry filled with read-only stores over an existing
+// catalogue.
+#include "library/read_only_start.h"
+
+#include "catalogue/file_basic_db.h"
+#include "frame/database_registry.h"
+#include "frame/library_paths.h"
+
+namespace DatabaseRegistry = zandb4::DatabaseRegistry;
+
+namespace zandb4 {
+
+HRESULT StartReadOnly(const WCHAR* root, int busyMilliseconds) {
+    if (DatabaseRegistry::initCount != 0) return E_FAIL;
+    CZanTString databaseFolder = ResolveRoot(root);
+    databaseFolder.AppendPath(u"database");
+    auto* catalogue = new CSQLiteFileBasicDB();
+    catalogue->m_folder = databaseFolder;
+    catalogue->m_fileName = u"FileBasic.db";
+    if (catalogue->OpenReadOnly(busyMilliseconds) != S_OK) {
+        delete catalogue;
+        return E_FAIL;
+    }
+    // Exactly what ZanDB4_Finalize takes down again: the count, the
+    // catalogue and the record cache.
+    DatabaseRegistry::initCount = 1;
+    DatabaseRegistry::fileBasicDB = catalogue;
+    if (DatabaseRegistry::fileRecordCache == nullptr)
+        DatabaseRegistry::fileRecordCache = new FileRecordCache(&DatabaseRegistry::fileRecordCache);
+    return S_OK;
+}
+
+}  // namespace zandb4
