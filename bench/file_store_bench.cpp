@@ -7,9 +7,10 @@
 
 #include <filesystem>
 
+#include "catalogue/file_rows.h"
 #include "catalogue/file_basic_db.h"
 #include "frame/critical_section.h"
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "zandb4.h"
 
 namespace {
@@ -20,8 +21,8 @@ std::filesystem::path MakeCatalogueRoot() {
     return pattern;
 }
 
-CSQLiteFileBasicDB::FileRowValues RowOf(uint64_t id) {
-    CSQLiteFileBasicDB::FileRowValues row;
+FileRowValues RowOf(uint64_t id) {
+    FileRowValues row;
     row.fileId = id;
     row.filePath.Format(u"/photos/%llu/IMG_%llu", static_cast<unsigned long long>(id / 100),
                         static_cast<unsigned long long>(id));
@@ -42,7 +43,7 @@ public:
         m_started = ZanDB4_Initialize(root.GetString()) == S_OK;
         m_store = zandb4::DatabaseRegistry::fileBasicDB;
         if (!m_started || m_store == nullptr) return;
-        for (int64_t id = 1; id <= files; ++id) m_store->InsertFileRow(RowOf(static_cast<uint64_t>(id)));
+        for (int64_t id = 1; id <= files; ++id) FileTableRows(*m_store).InsertFileRow(RowOf(static_cast<uint64_t>(id)));
         m_store->Commit(false);
     }
     ~Catalogue() {
@@ -67,7 +68,7 @@ void BM_InsertFileRow(benchmark::State& state) {
     Catalogue catalogue(0);
     if (!catalogue.Ok()) state.SkipWithError("the library did not start");
     uint64_t id = 0;
-    for (auto _ : state) benchmark::DoNotOptimize(catalogue.Store()->InsertFileRow(RowOf(++id)));
+    for (auto _ : state) benchmark::DoNotOptimize(FileTableRows(*catalogue.Store()).InsertFileRow(RowOf(++id)));
     state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_InsertFileRow);
@@ -79,7 +80,7 @@ void BM_ListFilesNewRecords(benchmark::State& state) {
     CZanTList<IZanDB4FileDBRecord*> records;
     for (auto _ : state) {
         CriticalSectionGuard guard(catalogue.Store()->m_lock);
-        catalogue.Store()->ListFiles(nullptr, static_cast<uint32_t>(state.range(2)), records,
+        FileTableRows(*catalogue.Store()).ListFiles(nullptr, static_cast<uint32_t>(state.range(2)), records,
                                      static_cast<uint32_t>(state.range(1)));
         ReleaseAll(records);
     }
@@ -95,11 +96,11 @@ void BM_ListFilesCachedRecords(benchmark::State& state) {
     CZanTList<IZanDB4FileDBRecord*> held, records;
     {
         CriticalSectionGuard guard(catalogue.Store()->m_lock);
-        catalogue.Store()->ListFiles(nullptr, 0, held, 0);
+        FileTableRows(*catalogue.Store()).ListFiles(nullptr, 0, held, 0);
     }
     for (auto _ : state) {
         CriticalSectionGuard guard(catalogue.Store()->m_lock);
-        catalogue.Store()->ListFiles(nullptr, 0, records, 0);
+        FileTableRows(*catalogue.Store()).ListFiles(nullptr, 0, records, 0);
         ReleaseAll(records);
     }
     ReleaseAll(held);
@@ -124,7 +125,7 @@ void BM_ListFilesOfOneDay(benchmark::State& state) {
     CZanTList<IZanDB4FileDBRecord*> records;
     for (auto _ : state) {
         CriticalSectionGuard guard(catalogue.Store()->m_lock);
-        catalogue.Store()->ListFiles(day, 1, records, 0);
+        FileTableRows(*catalogue.Store()).ListFiles(day, 1, records, 0);
         ReleaseAll(records);
     }
     if (day != nullptr) day->Release();

@@ -1,3 +1,4 @@
+#include "catalogue/file_rows.h"
 #include "file_listing.h"
 
 #include <cstdio>
@@ -8,7 +9,7 @@
 #include "catalogue_report.h"
 #include "frame/com_ptr.h"
 #include "frame/critical_section.h"
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "zandb4.h"
 
 namespace zandb4::tool {
@@ -209,7 +210,7 @@ int ListFiles(const std::string& root, const std::vector<Condition>& conditions,
                 CriticalSectionGuard guard(catalogue->m_lock);
                 // An empty result answers E_FAIL too; either way the list
                 // holds what was found.
-                catalogue->ListFiles(query.Get(), 1, files, CSQLiteFileBasicDB::kLoadAll);
+                FileTableRows(*catalogue).ListFiles(query.Get(), 1, files, FileTableRows::kLoadAll);
             }
             for (POSITION position = files.GetHeadPosition(); position != nullptr;) {
                 IZanDB4FileDBRecord* record = files.GetNext(position);

@@ -2,7 +2,11 @@
 // import-journal statements.
 #include "albums/import_mgr.h"
 
+#include <utility>
+
+#include "albums/import_history_rows.h"
 #include "catalogue/file_basic_db.h"
+#include "storage/locked_call.h"
 
 namespace {
 
@@ -17,9 +21,7 @@ int64_t PackedDateOf(IZanDB4ImportDBRecord* record) {
 
 template <class Operation>
 HRESULT CZanDB4ImportMgr::Locked(Operation&& operation) {
-    if (m_fileBasicDB == nullptr) return E_FAIL;
-    CriticalSectionGuard guard(m_fileBasicDB->m_lock);
-    return operation(*m_fileBasicDB);
+    return zandb4::LockedCall(m_fileBasicDB, E_FAIL, std::forward<Operation>(operation));
 }
 
 HRESULT CZanDB4ImportMgr::AddImportHistory(IZanDB4ImportDBRecord* record) {
@@ -29,7 +31,7 @@ HRESULT CZanDB4ImportMgr::AddImportHistory(IZanDB4ImportDBRecord* record) {
         uint32_t attribute = 0;
         record->GetClass(&importClass);
         record->GetAttribute(&attribute);
-        return store.AddImportHistory(PackedDateOf(record), importClass, attribute);
+        return ImportHistoryRows(store).AddImportHistory(PackedDateOf(record), importClass, attribute);
     });
 }
 
@@ -40,13 +42,13 @@ HRESULT CZanDB4ImportMgr::UpdateImportHistory(IZanDB4ImportDBRecord* record) {
         uint32_t attribute = 0;
         record->GetClass(&importClass);
         record->GetAttribute(&attribute);
-        return store.UpdateImportHistory(PackedDateOf(record), importClass, attribute);
+        return ImportHistoryRows(store).UpdateImportHistory(PackedDateOf(record), importClass, attribute);
     });
 }
 
 HRESULT CZanDB4ImportMgr::GetLatestImportHistory(IZanDB4ImportDBRecord** outRecord) {
     if (outRecord == nullptr) return E_INVALIDARG;
-    return Locked([&](CSQLiteFileBasicDB& store) { return store.GetLatestImportHistory(outRecord); });
+    return Locked([&](CSQLiteFileBasicDB& store) { return ImportHistoryRows(store).GetLatestImportHistory(outRecord); });
 }
 
 HRESULT CZanDB4ImportMgr::GetImportHistories(CArray<IZanDB4ImportDBRecord*>* outRecords) {
@@ -54,18 +56,18 @@ HRESULT CZanDB4ImportMgr::GetImportHistories(CArray<IZanDB4ImportDBRecord*>* out
     return Locked([&](CSQLiteFileBasicDB& store) {
         // Rows go behind what the caller's array holds already.
         CZanTArray<IZanDB4ImportDBRecord*> records(outRecords);
-        return store.GetImportHistories(records);
+        return ImportHistoryRows(store).GetImportHistories(records);
     });
 }
 
 HRESULT CZanDB4ImportMgr::DeleteImportHistory(IZanDB4ImportDBRecord* record) {
     // Found by date alone, so that every class of that date goes together.
     if (record == nullptr) return E_INVALIDARG;
-    return Locked([&](CSQLiteFileBasicDB& store) { return store.DeleteImportHistory(PackedDateOf(record)); });
+    return Locked([&](CSQLiteFileBasicDB& store) { return ImportHistoryRows(store).DeleteImportHistory(PackedDateOf(record)); });
 }
 
 HRESULT CZanDB4ImportMgr::ClearImportHistory() {
-    return Locked([&](CSQLiteFileBasicDB& store) { return store.ClearImportHistory(); });
+    return Locked([&](CSQLiteFileBasicDB& store) { return ImportHistoryRows(store).ClearImportHistory(); });
 }
 
 HRESULT CZanDB4ImportMgr::Commit() {

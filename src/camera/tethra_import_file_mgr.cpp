@@ -2,9 +2,11 @@
 #include "camera/tethra_import_file_mgr.h"
 
 #include <new>
+#include <utility>
 
 #include "camera/tethra_import_file_record.h"
 #include "platform/files.h"
+#include "storage/locked_call.h"
 #include "zandb4/exports.h"
 
 using zandb4::platform::ProcessLock;
@@ -79,9 +81,8 @@ HRESULT CZanDB4TethraImportFileMgr::CreateRecord(IZanDB4TethraImportFileRecord**
 
 template <class Result, class Operation>
 Result CZanDB4TethraImportFileMgr::WithOpenStore(Result closedAnswer, Operation&& operation) {
-    if (!m_mutex || !m_store) return closedAnswer;
-    CriticalSectionGuard guard(m_store->m_lock);
-    return operation(*m_store);
+    if (!m_mutex) return closedAnswer;
+    return zandb4::LockedCall(m_store.get(), closedAnswer, std::forward<Operation>(operation));
 }
 
 HRESULT CZanDB4TethraImportFileMgr::AddFile(IZanDB4TethraImportFileRecord* record, uint64_t* outId) {

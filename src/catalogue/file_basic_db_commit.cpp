@@ -1,46 +1,29 @@
-// CSQLiteFileBasicDB: Commit with its recounts, Reopen, and the NewID that
-// walks past ids already taken.
+// CSQLiteFileBasicDB: the recount notes, Commit with its recounts, Reopen,
+// and the NewID that walks past ids already taken.
+#include "albums/album_table.h"
+#include "albums/tag_tables.h"
 #include "catalogue/file_basic_db.h"
+#include "catalogue/file_table.h"
+#include "faces/face_tables.h"
+#include "faces/feature_point_group_tables.h"
+#include "faces/individual_tables.h"
 #include "storage/statement.h"
 
 using zandb4::Statement;
 
 namespace {
 
-constexpr WCHAR kCountPersonFiles[] =
-    u"SELECT COUNT( DISTINCT person_face_table.file_id ) FROM person_face_table WHERE person_face_table.person_id=?";
-// pet_face_table has no person_id column, so this never prepares and every
-// recounted pet gets a file_count of 0. Catalogues and the application rely
-// on the count staying so; the statement must stay as it is.
-constexpr WCHAR kCountPetFiles[] =
-    u"SELECT COUNT( DISTINCT pet_face_table.file_id ) FROM pet_face_table WHERE pet_face_table.person_id=?";
-constexpr WCHAR kUpdatePersonFileCount[] = u"UPDATE person_table SET file_count=? WHERE person_id=?";
-constexpr WCHAR kUpdatePetFileCount[] = u"UPDATE pet_table SET file_count=? WHERE pet_id=?";
-
-constexpr WCHAR kCountPersonGroupItems[] =
-    u"SELECT COUNT(*) FROM person_face_feature_point_group_item_table WHERE group_id=?";
-constexpr WCHAR kCountPetGroupItems[] =
-    u"SELECT COUNT(*) FROM pet_face_feature_point_group_item_table WHERE group_id=?";
-
-constexpr WCHAR kCountAlbumFiles[] = u"SELECT COUNT(*) FROM file_table WHERE album_id=? AND file_table.manage=1";
-constexpr WCHAR kUpdateAlbumFileCount[] = u"UPDATE album_table SET album_file_count=? WHERE album_id=?";
-constexpr WCHAR kSelectAlbumFiles[] =
-    u"SELECT * FROM file_table WHERE album_id=? ORDER BY shooting_date ASC, file_name ASC";
-constexpr WCHAR kUpdateAlbumDates[] =
-    u"UPDATE album_table SET shooting_date_oldest=?, shooting_date_latest=? WHERE album_id=?";
-constexpr int kShootingDateColumn = 6;
-
 // Row tests of the id types that have a table of their own.
 const WCHAR* IdTakenStatement(uint32_t idType) {
     switch (idType) {
-        case 1: return u"SELECT * FROM file_table WHERE file_id=? LIMIT 1";
-        case 2: return u"SELECT * FROM album_table WHERE album_id=? LIMIT 1";
-        case 3: return u"SELECT * FROM face_group_table WHERE face_group_id=? LIMIT 1";
-        case 4: return u"SELECT * FROM person_table WHERE person_id=? LIMIT 1";
-        case 5: return u"SELECT * FROM person_face_table WHERE person_face_id=? LIMIT 1";
-        case 6: return u"SELECT * FROM pet_table WHERE pet_id=? LIMIT 1";
-        case 7: return u"SELECT * FROM pet_face_table WHERE pet_face_id=? LIMIT 1";
-        case 8: return u"SELECT * FROM tag_table WHERE tag_id=? LIMIT 1";
+        case CSQLiteFileBasicDB::kFileIdType: return file_table::kSelectById;
+        case CSQLiteFileBasicDB::kAlbumIdType: return album_table::kSelectById;
+        case CSQLiteFileBasicDB::kFaceGroupIdType: return individual_tables::kSelectFaceGroupById;
+        case CSQLiteFileBasicDB::kPersonIdType: return individual_tables::kSelectPersonById;
+        case CSQLiteFileBasicDB::kPersonFaceIdType: return face_tables::kSelectPersonFaceById;
+        case CSQLiteFileBasicDB::kPetIdType: return individual_tables::kSelectPetById;
+        case CSQLiteFileBasicDB::kPetFaceIdType: return face_tables::kSelectPetFaceById;
+        case CSQLiteFileBasicDB::kTagIdType: return tag_tables::kSelectTagById;
         default: return nullptr;
     }
 }
@@ -57,9 +40,22 @@ int64_t CountFor(sqlite3* db, const WCHAR* sql, uint64_t id) {
 
 CSQLiteFileBasicDB::~CSQLiteFileBasicDB() = default;
 
+void CSQLiteFileBasicDB::NoteIndividualForRecount(uint64_t individualId, uint32_t type) {
+    if (type == kPerson) m_personRecount.insert(individualId);
+    if (type == kPet) m_petRecount.insert(individualId);
+}
+
+void CSQLiteFileBasicDB::NoteAlbumForRecount(uint64_t albumId) { m_albumRecount.insert(albumId); }
+
+void CSQLiteFileBasicDB::NoteGroupForRecount(uint64_t groupId, uint32_t type) {
+    if (type == kPerson) m_personGroupRecount.insert(groupId);
+    if (type == kPet) m_petGroupRecount.insert(groupId);
+}
+
 void CSQLiteFileBasicDB::WriteFileCount(uint32_t individualType, uint64_t id, int64_t count) {
     BeginTransaction();
-    Statement update(m_db, individualType == kPet ? kUpdatePetFileCount : kUpdatePersonFileCount);
+    Statement update(m_db, individualType == kPet ? individual_tables::kUpdatePetFileCount
+                                                    : individual_tables::kUpdatePersonFileCount);
     if (!update.IsPrepared()) return;
     update.BindInt64(1, count);
     update.BindInt64(2, static_cast<int64_t>(id));
@@ -68,7 +64,7 @@ void CSQLiteFileBasicDB::WriteFileCount(uint32_t individualType, uint64_t id, in
 
 uint32_t CSQLiteFileBasicDB::CountFilesOfIndividual(uint64_t individualId, uint32_t type) {
     if (type != kPerson && type != kPet) return 0;
-    return static_cast<uint32_t>(CountFor(m_db, type == kPet ? kCountPetFiles : kCountPersonFiles, individualId));
+    return static_cast<uint32_t>(CountFor(m_db, type == kPet ? face_tables::kCountPetFiles : face_tables::kCountPersonFiles, individualId));
 }
 
 void CSQLiteFileBasicDB::RecountIndividuals(uint32_t individualType, const std::set<uint64_t>& ids) {
@@ -76,16 +72,17 @@ void CSQLiteFileBasicDB::RecountIndividuals(uint32_t individualType, const std::
 }
 
 void CSQLiteFileBasicDB::RecountGroups(uint32_t individualType, const std::set<uint64_t>& ids) {
-    const WCHAR* countSql = individualType == kPet ? kCountPetGroupItems : kCountPersonGroupItems;
+    const WCHAR* countSql = individualType == kPet ? feature_point_group_tables::kCountPetGroupItems
+                                                   : feature_point_group_tables::kCountPersonGroupItems;
     // The group id stands where the individual's id would.
     for (uint64_t id : ids) WriteFileCount(individualType, id, CountFor(m_db, countSql, id));
 }
 
 void CSQLiteFileBasicDB::RecountAlbum(uint64_t albumId) {
-    int64_t fileCount = CountFor(m_db, kCountAlbumFiles, albumId);
+    int64_t fileCount = CountFor(m_db, album_table::kCountFiles, albumId);
     BeginTransaction();
     {
-        Statement update(m_db, kUpdateAlbumFileCount);
+        Statement update(m_db, album_table::kUpdateFileCount);
         if (update.IsPrepared()) {
             update.BindInt64(1, fileCount);
             update.BindInt64(2, static_cast<int64_t>(albumId));
@@ -98,11 +95,11 @@ void CSQLiteFileBasicDB::RecountAlbum(uint64_t albumId) {
     int64_t oldest = 0;
     int64_t latest = 0;
     {
-        Statement walk(m_db, kSelectAlbumFiles);
+        Statement walk(m_db, album_table::kSelectFiles);
         if (walk.IsPrepared()) {
             walk.BindInt64(1, static_cast<int64_t>(albumId));
             while (walk.Step() == SQLITE_ROW) {
-                int64_t date = walk.ColumnInt64(kShootingDateColumn);
+                int64_t date = walk.ColumnInt64(file_table::kShootingDate);
                 if (oldest == 0 && latest == 0) {
                     oldest = latest = date;
                     continue;
@@ -113,7 +110,7 @@ void CSQLiteFileBasicDB::RecountAlbum(uint64_t albumId) {
         }
     }
     BeginTransaction();
-    Statement update(m_db, kUpdateAlbumDates);
+    Statement update(m_db, album_table::kUpdateDates);
     if (!update.IsPrepared()) return;
     update.BindInt64(1, oldest);
     update.BindInt64(2, latest);
@@ -144,11 +141,15 @@ HRESULT CSQLiteFileBasicDB::Commit(bool force) {
     return CSQLiteDBBase::Commit(force);
 }
 
-HRESULT CSQLiteFileBasicDB::Reopen() {
+void CSQLiteFileBasicDB::ForgetRecounts() {
     // The group sets are left as they are.
     m_personRecount.clear();
     m_petRecount.clear();
     m_albumRecount.clear();
+}
+
+HRESULT CSQLiteFileBasicDB::Reopen() {
+    ForgetRecounts();
     return CSQLiteDBBase::Reopen();
 }
 

@@ -2,6 +2,7 @@
 // earlier builds up to date. Files of several builds exist, so every step
 // goes by the columns found, not by the version row alone.
 #include "catalogue/file_basic_db.h"
+#include "records/meta_table.h"
 #include "storage/result_codes.h"
 #include "storage/statement.h"
 
@@ -17,12 +18,6 @@ constexpr const WCHAR* kLateMetaColumns[] = {u"model_name", u"picture_mode", u"f
 
 constexpr WCHAR kRenameToTemporary[] = u"ALTER TABLE meta_table RENAME TO tmp_table";
 constexpr WCHAR kRenameBack[] = u"ALTER TABLE tmp_table RENAME TO meta_table";
-// meta_table as builds before the six columns made it: its first 15 columns.
-constexpr WCHAR kCreateEarlyMetaTable[] =
-    u"CREATE TABLE meta_table (file_id INTEGER, filter_data BLOB, file_size INTEGER, file_update_date INTEGER, "
-    u"import_date INTEGER, duration INTEGER, pixel_width INTEGER, pixel_height INTEGER, panorama_number INTEGER, "
-    u"drive_number INTEGER, frame_rate INTEGER, import_class INTEGER, gps_altitude INTEGER, gps_direction INTEGER, "
-    u"gps_areainfo TEXT)";
 constexpr WCHAR kCopyEarlyColumns[] =
     u"INSERT INTO meta_table SELECT file_id, filter_data, file_size, file_update_date, import_date, duration, "
     u"pixel_width, pixel_height, panorama_number, drive_number, frame_rate, import_class, gps_altitude, "
@@ -50,7 +45,7 @@ bool CSQLiteFileBasicDB::HasColumn(const WCHAR* table, const WCHAR* column) {
 uint32_t CSQLiteFileBasicDB::RebuildMetaTable(uint32_t version) {
     BeginTransaction();
     if (ExecuteStatement(kRenameToTemporary) != S_OK) return version;
-    if (ExecuteStatement(kCreateEarlyMetaTable) != S_OK) {
+    if (ExecuteStatement(meta_table::kCreateEarly) != S_OK) {
         ExecuteStatement(kRenameBack);
         return kVersionAfterRebuild;
     }

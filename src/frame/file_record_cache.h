@@ -162,4 +162,10 @@ private:
 
 using FileRecordCache = FileRecordCacheOf<IZanDB4FileDBRecord>;
 
+// The process's one cache: made by the library's start, let go by its stop,
+// null while the library is down. It is the registry's fileRecordCache; the
+// slot lives here so that records and stores reach the cache without
+// knowing the registry above them.
+inline FileRecordCache* g_fileRecordCache = nullptr;
+
 }  // namespace zandb4

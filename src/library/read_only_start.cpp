@@ -3,8 +3,8 @@
 #include "library/read_only_start.h"
 
 #include "catalogue/file_basic_db.h"
-#include "frame/database_registry.h"
-#include "frame/library_paths.h"
+#include "library/database_registry.h"
+#include "library/library_paths.h"
 
 namespace DatabaseRegistry = zandb4::DatabaseRegistry;
 

@@ -4,18 +4,12 @@
 // pointer to a setter or getter is E_INVALIDARG with nothing changed.
 #include "records/file_db_record.h"
 
-#include "catalogue/file_basic_db.h"
-
 HRESULT CZanDB4FileDBRecord::ClearAll() {
     ClearFields(kAllColumns);
     return S_OK;
 }
 
-HRESULT CZanDB4FileDBRecord::GetFileID(uint64_t* outId) {
-    if (outId == nullptr) return E_INVALIDARG;
-    *outId = m_fileId;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetFileID(uint64_t* outId) { return zandb4::Deliver(outId, m_fileId); }
 
 HRESULT CZanDB4FileDBRecord::SetFileID(uint64_t id) {
     // The key alone: no lock, no mask.
@@ -23,17 +17,9 @@ HRESULT CZanDB4FileDBRecord::SetFileID(uint64_t id) {
     return S_OK;
 }
 
-HRESULT CZanDB4FileDBRecord::GetManage(uint32_t* outManage) {
-    if (outManage == nullptr) return E_INVALIDARG;
-    ReadFields(kManage, nullptr);
-    *outManage = m_manage;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetManage(uint32_t* outManage) { return ReadAndDeliver(outManage, kManage, m_manage); }
 
-HRESULT CZanDB4FileDBRecord::SetManage(const uint32_t* manage) {
-    if (manage == nullptr) return E_INVALIDARG;
-    return SetField(kManage, [&] { m_manage = *manage; });
-}
+HRESULT CZanDB4FileDBRecord::SetManage(const uint32_t* manage) { return SetValue(kManage, manage, m_manage); }
 
 HRESULT CZanDB4FileDBRecord::GetFilePath(CZanTString& outPath, uint32_t* outDiskVsn) {
     ReadFields(kFilePath, nullptr);
@@ -61,22 +47,11 @@ HRESULT CZanDB4FileDBRecord::SetFileName(const WCHAR* name) {
     return SetField(kFileName, [&] { m_fileName = name; });
 }
 
-HRESULT CZanDB4FileDBRecord::SetFileFormat(const uint32_t* format) {
-    if (format == nullptr) return E_INVALIDARG;
-    return SetField(kFileFormat, [&] { m_fileFormat = *format; });
-}
+HRESULT CZanDB4FileDBRecord::SetFileFormat(const uint32_t* format) { return SetValue(kFileFormat, format, m_fileFormat); }
 
-HRESULT CZanDB4FileDBRecord::GetFileFormat(uint32_t* outFormat) {
-    if (outFormat == nullptr) return E_INVALIDARG;
-    ReadFields(kFileFormat, nullptr);
-    *outFormat = m_fileFormat;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetFileFormat(uint32_t* outFormat) { return ReadAndDeliver(outFormat, kFileFormat, m_fileFormat); }
 
-HRESULT CZanDB4FileDBRecord::SetShootingDateValue(const int64_t* packedDate) {
-    if (packedDate == nullptr) return E_INVALIDARG;
-    return SetField(kShootingDate, [&] { m_shootingDate = *packedDate; });
-}
+HRESULT CZanDB4FileDBRecord::SetShootingDateValue(const int64_t* packedDate) { return SetValue(kShootingDate, packedDate, m_shootingDate); }
 
 HRESULT CZanDB4FileDBRecord::SetShootingDate(const SYSTEMTIME* date) {
     if (date == nullptr) return E_INVALIDARG;
@@ -121,17 +96,9 @@ HRESULT CZanDB4FileDBRecord::GetThumbnailSize(uint32_t* outWidth, uint32_t* outH
     return S_OK;
 }
 
-HRESULT CZanDB4FileDBRecord::SetThumbnailOrientation(const uint16_t* orientation) {
-    if (orientation == nullptr) return E_INVALIDARG;
-    return SetField(kThumbnailOrientation, [&] { m_thumbnailOrientation = *orientation; });
-}
+HRESULT CZanDB4FileDBRecord::SetThumbnailOrientation(const uint16_t* orientation) { return SetValue(kThumbnailOrientation, orientation, m_thumbnailOrientation); }
 
-HRESULT CZanDB4FileDBRecord::GetThumbnailOrientation(uint16_t* outOrientation) {
-    if (outOrientation == nullptr) return E_INVALIDARG;
-    ReadFields(kThumbnailOrientation, nullptr);
-    *outOrientation = m_thumbnailOrientation;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetThumbnailOrientation(uint16_t* outOrientation) { return ReadAndDeliver(outOrientation, kThumbnailOrientation, m_thumbnailOrientation); }
 
 HRESULT CZanDB4FileDBRecord::SetGPS(const float* latitude, const float* longitude) {
     if (latitude == nullptr && longitude == nullptr) return E_INVALIDARG;
@@ -155,54 +122,25 @@ HRESULT CZanDB4FileDBRecord::GetGPS(float* outLatitude, float* outLongitude) {
     return S_OK;
 }
 
-HRESULT CZanDB4FileDBRecord::SetFileAttributes(const uint32_t* attributes) {
-    if (attributes == nullptr) return E_INVALIDARG;
-    return SetField(kFileAttributes, [&] { m_fileAttributes = *attributes; });
-}
+HRESULT CZanDB4FileDBRecord::SetFileAttributes(const uint32_t* attributes) { return SetValue(kFileAttributes, attributes, m_fileAttributes); }
 
-HRESULT CZanDB4FileDBRecord::GetFileAttributes(uint32_t* outAttributes) {
-    if (outAttributes == nullptr) return E_INVALIDARG;
-    ReadFields(kFileAttributes, nullptr);
-    *outAttributes = m_fileAttributes;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetFileAttributes(uint32_t* outAttributes) { return ReadAndDeliver(outAttributes, kFileAttributes, m_fileAttributes); }
 
-HRESULT CZanDB4FileDBRecord::SetDidEdit(const uint8_t* didEdit) {
-    if (didEdit == nullptr) return E_INVALIDARG;
-    return SetField(kDidEdit, [&] { m_didEdit = *didEdit; });
-}
+HRESULT CZanDB4FileDBRecord::SetDidEdit(const uint8_t* didEdit) { return SetValue(kDidEdit, didEdit, m_didEdit); }
 
 HRESULT CZanDB4FileDBRecord::GetDidEdit(uint8_t* outDidEdit) {
-    if (outDidEdit == nullptr) return E_INVALIDARG;
     // Deliberately no read: a client sees did_edit only after some other
     // read brought it in.
-    *outDidEdit = m_didEdit;
-    return S_OK;
+    return zandb4::Deliver(outDidEdit, m_didEdit);
 }
 
-HRESULT CZanDB4FileDBRecord::SetIsFavorite(const uint8_t* isFavorite) {
-    if (isFavorite == nullptr) return E_INVALIDARG;
-    return SetField(kIsFavorite, [&] { m_isFavorite = *isFavorite; });
-}
+HRESULT CZanDB4FileDBRecord::SetIsFavorite(const uint8_t* isFavorite) { return SetValue(kIsFavorite, isFavorite, m_isFavorite); }
 
-HRESULT CZanDB4FileDBRecord::GetIsFavorite(uint8_t* outIsFavorite) {
-    if (outIsFavorite == nullptr) return E_INVALIDARG;
-    ReadFields(kIsFavorite, nullptr);
-    *outIsFavorite = m_isFavorite;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetIsFavorite(uint8_t* outIsFavorite) { return ReadAndDeliver(outIsFavorite, kIsFavorite, m_isFavorite); }
 
-HRESULT CZanDB4FileDBRecord::SetDidDetectFace(const uint8_t* didDetectFace) {
-    if (didDetectFace == nullptr) return E_INVALIDARG;
-    return SetField(kDidDetectFace, [&] { m_didDetectFace = *didDetectFace; });
-}
+HRESULT CZanDB4FileDBRecord::SetDidDetectFace(const uint8_t* didDetectFace) { return SetValue(kDidDetectFace, didDetectFace, m_didDetectFace); }
 
-HRESULT CZanDB4FileDBRecord::GetDidDetectFace(uint8_t* outDidDetectFace) {
-    if (outDidDetectFace == nullptr) return E_INVALIDARG;
-    ReadFields(kDidDetectFace, nullptr);
-    *outDidDetectFace = m_didDetectFace;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetDidDetectFace(uint8_t* outDidDetectFace) { return ReadAndDeliver(outDidDetectFace, kDidDetectFace, m_didDetectFace); }
 
 HRESULT CZanDB4FileDBRecord::SetParent(const uint64_t* parentId, const SYSTEMTIME* parentDate) {
     if (parentId == nullptr || parentDate == nullptr) return E_INVALIDARG;
@@ -222,29 +160,13 @@ HRESULT CZanDB4FileDBRecord::GetParent(uint64_t* outParentId, SYSTEMTIME* outDat
     return S_OK;
 }
 
-HRESULT CZanDB4FileDBRecord::SetUploadFlag(const uint8_t* uploadFlag) {
-    if (uploadFlag == nullptr) return E_INVALIDARG;
-    return SetField(kUploadFlag, [&] { m_uploadFlag = *uploadFlag; });
-}
+HRESULT CZanDB4FileDBRecord::SetUploadFlag(const uint8_t* uploadFlag) { return SetValue(kUploadFlag, uploadFlag, m_uploadFlag); }
 
-HRESULT CZanDB4FileDBRecord::GetUploadFlag(uint8_t* outUploadFlag) {
-    if (outUploadFlag == nullptr) return E_INVALIDARG;
-    ReadFields(kUploadFlag, nullptr);
-    *outUploadFlag = m_uploadFlag;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetUploadFlag(uint8_t* outUploadFlag) { return ReadAndDeliver(outUploadFlag, kUploadFlag, m_uploadFlag); }
 
-HRESULT CZanDB4FileDBRecord::SetClassifyID(const uint8_t* classifyId) {
-    if (classifyId == nullptr) return E_INVALIDARG;
-    return SetField(kClassifyId, [&] { m_classifyId = *classifyId; });
-}
+HRESULT CZanDB4FileDBRecord::SetClassifyID(const uint8_t* classifyId) { return SetValue(kClassifyId, classifyId, m_classifyId); }
 
-HRESULT CZanDB4FileDBRecord::GetClassifyID(uint8_t* outClassifyId) {
-    if (outClassifyId == nullptr) return E_INVALIDARG;
-    ReadFields(kClassifyId, nullptr);
-    *outClassifyId = m_classifyId;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetClassifyID(uint8_t* outClassifyId) { return ReadAndDeliver(outClassifyId, kClassifyId, m_classifyId); }
 
 HRESULT CZanDB4FileDBRecord::SetAlbumID(const uint64_t* albumId) {
     if (albumId == nullptr) return E_INVALIDARG;
@@ -253,19 +175,14 @@ HRESULT CZanDB4FileDBRecord::SetAlbumID(const uint64_t* albumId) {
         // store's next Commit. The old value is not read first: a record
         // that never read album_id notes nothing for its old album.
         if (m_store != nullptr) {
-            if (m_albumId != 0) m_store->m_albumRecount.insert(m_albumId);
-            if (*albumId != 0) m_store->m_albumRecount.insert(*albumId);
+            if (m_albumId != 0) m_store->NoteAlbumForRecount(m_albumId);
+            if (*albumId != 0) m_store->NoteAlbumForRecount(*albumId);
         }
         m_albumId = *albumId;
     });
 }
 
-HRESULT CZanDB4FileDBRecord::GetAlbumID(uint64_t* outAlbumId) {
-    if (outAlbumId == nullptr) return E_INVALIDARG;
-    ReadFields(kAlbumId, nullptr);
-    *outAlbumId = m_albumId;
-    return S_OK;
-}
+HRESULT CZanDB4FileDBRecord::GetAlbumID(uint64_t* outAlbumId) { return ReadAndDeliver(outAlbumId, kAlbumId, m_albumId); }
 
 HRESULT CZanDB4FileDBRecord::AddTag(const uint64_t* tagId) {
     if (tagId == nullptr) return E_INVALIDARG;

@@ -8,6 +8,9 @@
 // One mask bit per field: the low 24 bits stand for columns of file_table,
 // 0x20000000 for the tag set and 0x40000000 for the metadata record.
 //
+// The record holds no SQL: it reads through IFileRowSource, which its
+// catalogue implements, and copies values out of FileRowValues.
+//
 // Threading: setters, the reads and Clone take the lock of the catalogue the
 // record points to (one lock for all records and the catalogue). GetFileID,
 // SetFileID and the mask getters take none. Release takes only the lock of
@@ -24,13 +27,10 @@
 
 #include "frame/com_object.h"
 #include "frame/critical_section.h"
+#include "frame/deliver.h"
+#include "records/file_row.h"
 #include "zandb4/identifiers.h"
 #include "zandb4/records.h"
-
-class CSQLiteFileBasicDB;
-namespace zandb4 {
-class Statement;
-}
 
 class CZanDB4FileDBRecord : public zandb4::ComObject<IZanDB4FileDBRecord, IID_IZanDB4FileDBRecord> {
 public:
@@ -60,22 +60,22 @@ public:
     static constexpr uint32_t kReducedColumns = 0x1C6FB;
 
     // store: the catalogue open when the record was made, or null.
-    explicit CZanDB4FileDBRecord(CSQLiteFileBasicDB* store) : m_store(store) {}
+    explicit CZanDB4FileDBRecord(IFileRowSource* store) : m_store(store) {}
 
     // Fills the requested fields it does not hold yet. Nothing is read when
     // any requested bit is known already. With row null the record reads its
-    // own row; else row is a "SELECT *" row of file_table positioned by the
-    // caller. A field set in memory is never overwritten by the row.
-    HRESULT ReadFields(uint32_t mask, const zandb4::Statement* row);
-    // The same from the short column list of the file store; it cannot fill
-    // file_name, file_attributes or did_detect_face, and it stores
-    // classify_id as 1 for any non-zero value.
-    HRESULT ReadShortRow(uint32_t mask, const zandb4::Statement& row);
+    // own row through its catalogue; else row is a row the caller read, which
+    // holds the fields of rowFields (a short row lacks some). A field set in
+    // memory is never overwritten by the row.
+    HRESULT ReadFields(uint32_t mask, const FileRowValues* row, uint32_t rowFields = kAllColumns);
     // Brings in the tag set (0x20000000) or the metadata record (0x40000000).
     void ReadRelations(uint32_t mask);
 
     uint32_t KnownMask() const { return m_knownMask; }
-    CSQLiteFileBasicDB* Store() const { return m_store; }
+    IFileRowSource* Store() const { return m_store; }
+    // Whether ReadFields(mask, ...) would find a requested field known and so
+    // read nothing; lets a caller skip making a row it would not use.
+    bool KnowsAnyOf(uint32_t mask) const { return (m_knownMask & mask) != 0; }
 
     ULONG Release() override;
 
@@ -137,10 +137,24 @@ protected:
     ~CZanDB4FileDBRecord() override;
 
 private:
-    friend struct FileRecordFields;
-
     // The store's lock, or nothing when the record has no store.
     std::unique_lock<CCriticalSection> LockStore();
+    // Copies the fields of mask that are not known yet out of row.
+    void FillFrom(uint32_t mask, const FileRowValues& row);
+    // A getter that reads its field first: E_INVALIDARG for a null out
+    // (nothing read), else the member as the read left it.
+    template <class T>
+    HRESULT ReadAndDeliver(T* out, uint32_t bit, const T& member) {
+        if (out == nullptr) return E_INVALIDARG;
+        ReadFields(bit, nullptr);
+        return zandb4::Deliver(out, member);
+    }
+    // A setter of one plain member: E_INVALIDARG for a null value.
+    template <class T>
+    HRESULT SetValue(uint32_t bit, const T* value, T& member) {
+        if (value == nullptr) return E_INVALIDARG;
+        return SetField(bit, [&] { member = *value; });
+    }
     // Writes a member under the lock and marks its field in both masks.
     template <class Write>
     HRESULT SetField(uint32_t bit, Write&& write) {
@@ -151,7 +165,7 @@ private:
         return S_OK;
     }
 
-    CSQLiteFileBasicDB* m_store;
+    IFileRowSource* m_store;
     uint32_t m_changedMask = 0;
     uint32_t m_knownMask = 0;
     uint64_t m_fileId = 0;

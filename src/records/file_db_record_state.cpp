@@ -1,136 +1,67 @@
 // CZanDB4FileDBRecord: reading fields from a row, fetching relations, the
 // metadata record, the masks, ClearFields, Clone, and the two-stage Release.
-#include "catalogue/file_basic_db.h"
 #include "frame/com_ptr.h"
-#include "frame/database_registry.h"
 #include "frame/factory.h"
+#include "frame/file_record_cache.h"
 #include "records/file_db_record.h"
-#include "storage/statement.h"
 
 using zandb4::ComPtr;
-using zandb4::Statement;
 
-namespace {
-
-constexpr WCHAR kSelectRow[] = u"SELECT * FROM file_table WHERE file_id=? LIMIT 1";
-constexpr WCHAR kSelectTags[] = u"SELECT * FROM tag_file_table WHERE file_id=?";
-
-}  // namespace
-
-// How each field comes out of a row: its mask bit, its column in "SELECT *"
-// and in the short column list (-1: not selected there), and its reader.
-// The order is the order fields are filled in.
-struct FileRecordFields {
-    using Reader = void (*)(CZanDB4FileDBRecord& record, const Statement& row, int column, bool shortRow);
-    struct Field {
-        uint32_t bit;
-        int fullColumn;
-        int shortColumn;
-        Reader read;
+// In the order fields have always been filled in. A path brings its volume
+// serial along, a position both coordinates; the parent's date is
+// deliberately not taken from the row, only SetParent fills it.
+void CZanDB4FileDBRecord::FillFrom(uint32_t mask, const FileRowValues& row) {
+    auto take = [&](uint32_t bit, auto&& copy) {
+        if ((mask & bit) == 0 || (m_knownMask & bit) != 0) return;
+        copy();
+        m_knownMask |= bit;
     };
-
-    static uint8_t Flag(const Statement& row, int column) { return row.ColumnInt64(column) != 0 ? 1 : 0; }
-
-    static constexpr Field kFields[] = {
-        {CZanDB4FileDBRecord::kManage, 16, 12,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
-             r.m_manage = static_cast<uint32_t>(row.ColumnInt64(c));
-         }},
-        {CZanDB4FileDBRecord::kFilePath, 1, 1,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
-             r.m_filePath = row.ColumnText(c);
-             r.m_diskVsn = static_cast<uint32_t>(row.ColumnInt64(c + 1));
-         }},
-        {CZanDB4FileDBRecord::kFileName, 4, -1,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_fileName = row.ColumnText(c); }},
-        {CZanDB4FileDBRecord::kFileFormat, 5, 3,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
-             r.m_fileFormat = static_cast<uint32_t>(row.ColumnInt64(c));
-         }},
-        {CZanDB4FileDBRecord::kShootingDate, 6, 4,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_shootingDate = row.ColumnInt64(c); }},
-        {CZanDB4FileDBRecord::kThumbnailSize, 10, 7,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
-             // Width in the high 16 bits, height in the low 16 bits.
-             uint64_t size = static_cast<uint64_t>(row.ColumnInt64(c));
-             r.m_thumbnailWidth = static_cast<uint16_t>(size >> 16);
-             r.m_thumbnailHeight = static_cast<uint16_t>(size);
-         }},
-        {CZanDB4FileDBRecord::kThumbnailOrientation, 11, 8,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
-             r.m_thumbnailOrientation = static_cast<uint16_t>(row.ColumnInt64(c));
-         }},
-        {CZanDB4FileDBRecord::kGps, 7, 5,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
-             r.m_latitude = static_cast<float>(row.ColumnDouble(c));
-             r.m_longitude = static_cast<float>(row.ColumnDouble(c + 1));
-         }},
-        {CZanDB4FileDBRecord::kFileAttributes, 9, -1,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
-             r.m_fileAttributes = static_cast<uint32_t>(row.ColumnInt64(c));
-         }},
-        {CZanDB4FileDBRecord::kDidEdit, 12, 9,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_didEdit = Flag(row, c); }},
-        {CZanDB4FileDBRecord::kIsFavorite, 13, 10,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_isFavorite = Flag(row, c); }},
-        {CZanDB4FileDBRecord::kDidDetectFace, 14, -1,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_didDetectFace = Flag(row, c); }},
-        {CZanDB4FileDBRecord::kAlbumId, 15, 11,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
-             r.m_albumId = static_cast<uint64_t>(row.ColumnInt64(c));
-         }},
-        {CZanDB4FileDBRecord::kParent, 17, 13,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) {
-             // parent_shooting_date is deliberately not read.
-             r.m_parentId = static_cast<uint64_t>(row.ColumnInt64(c));
-         }},
-        {CZanDB4FileDBRecord::kUploadFlag, 19, 14,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool) { r.m_uploadFlag = Flag(row, c); }},
-        {CZanDB4FileDBRecord::kClassifyId, 20, 15,
-         [](CZanDB4FileDBRecord& r, const Statement& row, int c, bool shortRow) {
-             // The short read keeps only whether there is a class; the full
-             // read keeps its low 8 bits. Callers rely on the difference.
-             r.m_classifyId = shortRow ? Flag(row, c) : static_cast<uint8_t>(row.ColumnInt64(c));
-         }},
-    };
-
-    static void Fill(CZanDB4FileDBRecord& record, uint32_t mask, const Statement& row, bool shortRow) {
-        for (const Field& field : kFields) {
-            if ((mask & field.bit) == 0 || (record.m_knownMask & field.bit) != 0) continue;
-            int column = shortRow ? field.shortColumn : field.fullColumn;
-            if (column < 0) continue;
-            field.read(record, row, column, shortRow);
-            record.m_knownMask |= field.bit;
-        }
-    }
-};
+    take(kManage, [&] { m_manage = row.manage; });
+    take(kFilePath, [&] {
+        m_filePath = row.filePath;
+        m_diskVsn = row.diskVsn;
+    });
+    take(kFileName, [&] { m_fileName = row.fileName; });
+    take(kFileFormat, [&] { m_fileFormat = row.fileFormat; });
+    take(kShootingDate, [&] { m_shootingDate = row.shootingDate; });
+    take(kThumbnailSize, [&] {
+        // Width in the high 16 bits, height in the low 16 bits.
+        m_thumbnailWidth = static_cast<uint16_t>(row.thumbnailSize >> 16);
+        m_thumbnailHeight = static_cast<uint16_t>(row.thumbnailSize);
+    });
+    take(kThumbnailOrientation, [&] { m_thumbnailOrientation = static_cast<uint16_t>(row.thumbnailOrientation); });
+    take(kGps, [&] {
+        m_latitude = static_cast<float>(row.latitude);
+        m_longitude = static_cast<float>(row.longitude);
+    });
+    take(kFileAttributes, [&] { m_fileAttributes = row.fileAttributes; });
+    take(kDidEdit, [&] { m_didEdit = row.didEdit ? 1 : 0; });
+    take(kIsFavorite, [&] { m_isFavorite = row.isFavorite ? 1 : 0; });
+    take(kDidDetectFace, [&] { m_didDetectFace = row.didDetectFace ? 1 : 0; });
+    take(kAlbumId, [&] { m_albumId = row.albumId; });
+    take(kParent, [&] { m_parentId = row.parentId; });
+    take(kUploadFlag, [&] { m_uploadFlag = row.uploadFlag ? 1 : 0; });
+    // Its low 8 bits; a short row has already narrowed it to 0 or 1.
+    take(kClassifyId, [&] { m_classifyId = static_cast<uint8_t>(row.classifyId); });
+}
 
 std::unique_lock<CCriticalSection> CZanDB4FileDBRecord::LockStore() {
     if (m_store == nullptr) return {};
-    return std::unique_lock<CCriticalSection>(m_store->m_lock);
+    return std::unique_lock<CCriticalSection>(m_store->RowLock());
 }
 
-HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, const Statement* row) {
+HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, const FileRowValues* row, uint32_t rowFields) {
     // "Any", not "all": a partial record is not completed by a wide request.
     if ((mask & m_knownMask) != 0) return S_OK;
     auto lock = LockStore();
     if (row != nullptr) {
-        FileRecordFields::Fill(*this, mask, *row, false);
+        FillFrom(mask & rowFields, *row);
         return S_OK;
     }
     if (m_store == nullptr || m_fileId == 0) return E_FAIL;
-    Statement select(m_store->m_db, kSelectRow);
-    if (!select.IsPrepared()) return E_FAIL;
-    select.BindInt64(1, static_cast<int64_t>(m_fileId));
-    if (select.Step() != SQLITE_ROW) return E_FAIL;
-    FileRecordFields::Fill(*this, mask, select, false);
-    return S_OK;
-}
-
-HRESULT CZanDB4FileDBRecord::ReadShortRow(uint32_t mask, const Statement& row) {
-    if ((mask & m_knownMask) != 0) return S_OK;
-    auto lock = LockStore();
-    FileRecordFields::Fill(*this, mask, row, true);
+    FileRowValues own;
+    if (m_store->ReadFileRow(m_fileId, own) != S_OK) return E_FAIL;
+    FillFrom(mask, own);
     return S_OK;
 }
 
@@ -144,11 +75,7 @@ void CZanDB4FileDBRecord::ReadRelations(uint32_t mask) {
         // its tags. Callers depend on this; it stays as it is.
         if ((m_knownMask & kTagSet) != 0 && m_store != nullptr) {
             m_tags.clear();
-            Statement select(m_store->m_db, kSelectTags);
-            if (select.IsPrepared()) {
-                select.BindInt64(1, static_cast<int64_t>(m_fileId));
-                while (select.Step() == SQLITE_ROW) m_tags.insert(static_cast<uint64_t>(select.ColumnInt64(0)));
-            }
+            m_store->ReadFileTags(m_fileId, m_tags);
             if (!m_tags.empty()) m_knownMask |= kTagSet;
         }
     }
@@ -328,7 +255,7 @@ ULONG CZanDB4FileDBRecord::Release() {
     if (count != 1) return static_cast<ULONG>(count);
     // The one reference left may be the cache's: if so, the cache lets go
     // and the record is gone.
-    bool removed = zandb4::FileRecordCache::ReleaseIfOnlyCached(zandb4::DatabaseRegistry::fileRecordCache, this,
+    bool removed = zandb4::FileRecordCache::ReleaseIfOnlyCached(zandb4::g_fileRecordCache, this,
                                                                 fileId, [this] { return m_refCount.load(); });
     return removed ? 0 : 1;
 }

@@ -46,12 +46,7 @@ void CSQLiteDBBase::CloseConnection() {
     m_db = nullptr;
 }
 
-HRESULT CSQLiteDBBase::ExecuteStatement(const WCHAR* sql) {
-    char* message = nullptr;
-    int code = zandb4::sqlite3_exec16(m_db, sql, nullptr, nullptr, &message);
-    if (message != nullptr) sqlite3_free(message);
-    return zandb4::ResultOf(code);
-}
+HRESULT CSQLiteDBBase::ExecuteStatement(const WCHAR* sql) { return zandb4::RunStatement(m_db, sql); }
 
 HRESULT CSQLiteDBBase::Open() {
     m_tooNew = 0;

@@ -2,6 +2,7 @@
 #include "storage/statement.h"
 
 #include "platform/text.h"
+#include "storage/result_codes.h"
 
 namespace zandb4 {
 
@@ -109,6 +110,13 @@ int sqlite3_exec16(sqlite3* db, const WCHAR* sql, int (*callback)(void*, int, ch
     code = finalized != SQLITE_OK ? finalized : code;
     SetMessage(errorMessage, sqlite3_errmsg(db));
     return code;
+}
+
+HRESULT RunStatement(sqlite3* db, const WCHAR* sql) {
+    char* message = nullptr;
+    int code = sqlite3_exec16(db, sql, nullptr, nullptr, &message);
+    if (message != nullptr) sqlite3_free(message);
+    return ResultOf(code);
 }
 
 }  // namespace zandb4

@@ -59,7 +59,11 @@ private:
 int sqlite3_exec16(sqlite3* db, const WCHAR* sql, int (*callback)(void*, int, char**, char**), void* argument,
                    char** errorMessage);
 
-// sqlite3_exec16 with no callback and no message: the form every store uses.
+// sqlite3_exec16 with no callback and no message, SQLite's code answered.
 inline int Exec(sqlite3* db, const WCHAR* sql) { return sqlite3_exec16(db, sql, nullptr, nullptr, nullptr); }
+
+// The statement runner of every store: runs one statement whose rows are not
+// wanted, frees any message, and answers S_OK or E_FAIL.
+HRESULT RunStatement(sqlite3* db, const WCHAR* sql);
 
 }  // namespace zandb4

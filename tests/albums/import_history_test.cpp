@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "catalogue/file_basic_db.h"
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "support/sqlite_probe.h"
 #include "support/temp_folder.h"
 #include "zandb4.h"

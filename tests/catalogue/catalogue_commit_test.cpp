@@ -65,11 +65,11 @@ protected:
     }
 
     void ExpectAllSetsEmpty() {
-        EXPECT_EQ(store.m_personRecount, IdSet{});
-        EXPECT_EQ(store.m_petRecount, IdSet{});
-        EXPECT_EQ(store.m_albumRecount, IdSet{});
-        EXPECT_EQ(store.m_personGroupRecount, IdSet{});
-        EXPECT_EQ(store.m_petGroupRecount, IdSet{});
+        EXPECT_EQ(store.PersonRecounts(), IdSet{});
+        EXPECT_EQ(store.PetRecounts(), IdSet{});
+        EXPECT_EQ(store.AlbumRecounts(), IdSet{});
+        EXPECT_EQ(store.PersonGroupRecounts(), IdSet{});
+        EXPECT_EQ(store.PetGroupRecounts(), IdSet{});
     }
 
     TempFolder folder;
@@ -82,7 +82,8 @@ TEST_F(CatalogueCommit, PersonFileCountIsTheNumberOfDistinctFilesOfItsFaces) {
             "INSERT INTO person_face_table (person_face_id, file_id, person_id) VALUES (1, 10, 1), (2, 10, 1), "
             "(3, 11, 1), (4, 12, 3), (5, 13, 2)",
             "DELETE FROM person_face_table WHERE person_id=2"});
-    store.m_personRecount = {1, 2};
+    store.NoteIndividualForRecount(1, CSQLiteFileBasicDB::kPerson);
+    store.NoteIndividualForRecount(2, CSQLiteFileBasicDB::kPerson);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -94,7 +95,7 @@ TEST_F(CatalogueCommit, PersonFileCountIsTheNumberOfDistinctFilesOfItsFaces) {
 TEST_F(CatalogueCommit, PetFileCountBecomesZeroWhateverItsFacesSay) {
     Insert({"INSERT INTO pet_table (pet_id, name, file_count) VALUES (1, 'a', 5), (2, 'b', 4)",
             "INSERT INTO pet_face_table (pet_face_id, file_id, pet_id) VALUES (1, 10, 1), (2, 11, 1), (3, 12, 2)"});
-    store.m_petRecount = {1};
+    store.NoteIndividualForRecount(1, CSQLiteFileBasicDB::kPet);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -104,7 +105,7 @@ TEST_F(CatalogueCommit, PetFileCountBecomesZeroWhateverItsFacesSay) {
 TEST_F(CatalogueCommit, PetRecountDoesNotTouchAPersonOfTheSameId) {
     Insert({"INSERT INTO person_table (person_id, file_count) VALUES (1, 6)",
             "INSERT INTO pet_table (pet_id, file_count) VALUES (1, 5)"});
-    store.m_petRecount = {1};
+    store.NoteIndividualForRecount(1, CSQLiteFileBasicDB::kPet);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -115,7 +116,7 @@ TEST_F(CatalogueCommit, PetRecountDoesNotTouchAPersonOfTheSameId) {
 TEST_F(CatalogueCommit, AlbumCountTakesManagedFilesOnlyWhileTheDateRangeTakesAll) {
     Insert({AlbumRow(1, 0, 0, 0), AlbumRow(2, 8, 8, 8), FileRow(1, 1, 1, 300, "c"), FileRow(2, 1, 0, 100, "a"),
             FileRow(3, 1, 1, 200, "b"), FileRow(4, 1, 0, 400, "d"), FileRow(5, 2, 1, 50, "e")});
-    store.m_albumRecount = {1};
+    store.NoteAlbumForRecount(1);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -126,7 +127,7 @@ TEST_F(CatalogueCommit, AlbumCountTakesManagedFilesOnlyWhileTheDateRangeTakesAll
 TEST_F(CatalogueCommit, AlbumDateRangePassesOverLeadingZeroDates) {
     Insert({AlbumRow(1, 0, 0, 0), FileRow(1, 1, 1, 0, "a"), FileRow(2, 1, 1, 0, "b"), FileRow(3, 1, 1, 700, "c"),
             FileRow(4, 1, 1, 500, "d")});
-    store.m_albumRecount = {1};
+    store.NoteAlbumForRecount(1);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -135,7 +136,7 @@ TEST_F(CatalogueCommit, AlbumDateRangePassesOverLeadingZeroDates) {
 
 TEST_F(CatalogueCommit, AlbumWithOnlyZeroDatesGetsAZeroRange) {
     Insert({AlbumRow(1, 0, 3, 9), FileRow(1, 1, 1, 0, "a"), FileRow(2, 1, 1, 0, "b")});
-    store.m_albumRecount = {1};
+    store.NoteAlbumForRecount(1);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -144,7 +145,7 @@ TEST_F(CatalogueCommit, AlbumWithOnlyZeroDatesGetsAZeroRange) {
 
 TEST_F(CatalogueCommit, AlbumWithASingleFileHasItsDateAsBothEnds) {
     Insert({AlbumRow(1, 0, 0, 0), FileRow(1, 1, 0, 1234, "a")});
-    store.m_albumRecount = {1};
+    store.NoteAlbumForRecount(1);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -154,7 +155,7 @@ TEST_F(CatalogueCommit, AlbumWithASingleFileHasItsDateAsBothEnds) {
 TEST_F(CatalogueCommit, AlbumWhoseLastFileWasDeletedGetsZeroCountAndZeroDates) {
     Insert({AlbumRow(1, 1, 100, 100), FileRow(1, 1, 1, 100, "a")});
     Insert({"DELETE FROM file_table WHERE file_id=1"});
-    store.m_albumRecount = {1};
+    store.NoteAlbumForRecount(1);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -163,7 +164,8 @@ TEST_F(CatalogueCommit, AlbumWhoseLastFileWasDeletedGetsZeroCountAndZeroDates) {
 
 TEST_F(CatalogueCommit, AlbumIdZeroIsSkipped) {
     Insert({AlbumRow(0, 99, 1, 2), AlbumRow(3, 0, 0, 0), FileRow(1, 0, 1, 500, "a"), FileRow(2, 3, 1, 600, "b")});
-    store.m_albumRecount = {0, 3};
+    store.NoteAlbumForRecount(0);
+    store.NoteAlbumForRecount(3);
     StatementTrace trace(store);
 
     EXPECT_EQ(store.Commit(false), S_OK);
@@ -178,7 +180,7 @@ TEST_F(CatalogueCommit, PersonGroupCountLandsOnThePersonRowOfTheGroupId) {
     Insert({"INSERT INTO person_table (person_id, file_count) VALUES (3, 0), (4, 7)",
             "INSERT INTO person_face_feature_point_group_item_table (face_id, feature_point_id, group_id) VALUES "
             "(1, 1, 3), (2, 1, 3), (3, 1, 4)"});
-    store.m_personGroupRecount = {3};
+    store.NoteGroupForRecount(3, CSQLiteFileBasicDB::kPerson);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -191,7 +193,7 @@ TEST_F(CatalogueCommit, PetGroupCountLandsOnThePetRowOfTheGroupId) {
             "INSERT INTO person_table (person_id, file_count) VALUES (5, 0)",
             "INSERT INTO pet_face_feature_point_group_item_table (face_id, feature_point_id, group_id) VALUES "
             "(1, 1, 5), (2, 1, 5), (3, 1, 5)"});
-    store.m_petGroupRecount = {5};
+    store.NoteGroupForRecount(5, CSQLiteFileBasicDB::kPet);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -202,11 +204,11 @@ TEST_F(CatalogueCommit, PetGroupCountLandsOnThePetRowOfTheGroupId) {
 TEST_F(CatalogueCommit, RecountsRunInOrderWithTheirOwnStatements) {
     Insert({"INSERT INTO person_table (person_id) VALUES (1)", "INSERT INTO pet_table (pet_id) VALUES (1)",
             AlbumRow(1, 0, 0, 0)});
-    store.m_personRecount = {1};
-    store.m_petRecount = {1};
-    store.m_albumRecount = {1};
-    store.m_personGroupRecount = {1};
-    store.m_petGroupRecount = {1};
+    store.NoteIndividualForRecount(1, CSQLiteFileBasicDB::kPerson);
+    store.NoteIndividualForRecount(1, CSQLiteFileBasicDB::kPet);
+    store.NoteAlbumForRecount(1);
+    store.NoteGroupForRecount(1, CSQLiteFileBasicDB::kPerson);
+    store.NoteGroupForRecount(1, CSQLiteFileBasicDB::kPet);
     StatementTrace trace(store);
 
     EXPECT_EQ(store.Commit(false), S_OK);
@@ -232,11 +234,14 @@ TEST_F(CatalogueCommit, RecountsRunInOrderWithTheirOwnStatements) {
 }
 
 TEST_F(CatalogueCommit, AllFiveSetsAreEmptyAfterCommit) {
-    store.m_personRecount = {1, 2};
-    store.m_petRecount = {3};
-    store.m_albumRecount = {0, 4};
-    store.m_personGroupRecount = {5};
-    store.m_petGroupRecount = {6, 7};
+    store.NoteIndividualForRecount(1, CSQLiteFileBasicDB::kPerson);
+    store.NoteIndividualForRecount(2, CSQLiteFileBasicDB::kPerson);
+    store.NoteIndividualForRecount(3, CSQLiteFileBasicDB::kPet);
+    store.NoteAlbumForRecount(0);
+    store.NoteAlbumForRecount(4);
+    store.NoteGroupForRecount(5, CSQLiteFileBasicDB::kPerson);
+    store.NoteGroupForRecount(6, CSQLiteFileBasicDB::kPet);
+    store.NoteGroupForRecount(7, CSQLiteFileBasicDB::kPet);
 
     EXPECT_EQ(store.Commit(false), S_OK);
 
@@ -274,7 +279,7 @@ TEST_F(CatalogueCommit, ForceIsPassedToTheBaseCommit) {
 
 TEST_F(CatalogueCommit, RecountOpensTheTransactionItWritesIn) {
     Insert({AlbumRow(1, 5, 1, 2)});
-    store.m_albumRecount = {1};
+    store.NoteAlbumForRecount(1);
     ASSERT_EQ(store.m_inTransaction, 0);
     StatementTrace trace(store);
 
@@ -305,16 +310,16 @@ TEST_F(CatalogueCommitOnSwappedVolume, RecountsRunAndSetsEmptyWhileTheirUpdatesS
     ExecAll(store.m_db, {AlbumRow(1, 9, 9, 9), FileRow(1, 1, 1, 300, "a"),
                          "INSERT INTO person_table (person_id, file_count) VALUES (1, 0)",
                          "INSERT INTO person_face_table (person_face_id, file_id, person_id) VALUES (1, 1, 1)"});
-    store.m_albumRecount = {1};
-    store.m_personRecount = {1};
-    store.m_personGroupRecount = {8};
+    store.NoteAlbumForRecount(1);
+    store.NoteIndividualForRecount(1, CSQLiteFileBasicDB::kPerson);
+    store.NoteGroupForRecount(8, CSQLiteFileBasicDB::kPerson);
     volume.Set(222);
 
     EXPECT_EQ(store.Commit(false), E_FAIL);
 
-    EXPECT_EQ(store.m_personRecount, IdSet{});
-    EXPECT_EQ(store.m_albumRecount, IdSet{});
-    EXPECT_EQ(store.m_personGroupRecount, IdSet{});
+    EXPECT_EQ(store.PersonRecounts(), IdSet{});
+    EXPECT_EQ(store.AlbumRecounts(), IdSet{});
+    EXPECT_EQ(store.PersonGroupRecounts(), IdSet{});
     EXPECT_EQ(store.m_inTransaction, 1);
     EXPECT_TRUE(SqliteTransactionOpen(store.m_db));
     // The store's connection sees the recounts, the disk does not yet.
@@ -346,7 +351,7 @@ TEST_F(CatalogueCommit, DestructorCommitsTheOpenTransactionWithoutRecounting) {
         ExecAll(other.m_db, {AlbumRow(1, 5, 1, 2), FileRow(1, 1, 1, 300, "a")});
         other.BeginTransaction();
         ExecAll(other.m_db, {FileRow(2, 1, 1, 400, "b")});
-        other.m_albumRecount = {1};
+        other.NoteAlbumForRecount(1);
     }
 
     EXPECT_EQ(OnDisk("SELECT file_id FROM file_table ORDER BY file_id"), (Rows{{"1"}, {"2"}}));
@@ -357,19 +362,20 @@ TEST_F(CatalogueCommit, DestructorCommitsTheOpenTransactionWithoutRecounting) {
 using CatalogueReopen = CatalogueCommit;
 
 TEST_F(CatalogueReopen, EmptiesThePersonPetAndAlbumSetsButNotTheGroupSets) {
-    store.m_personRecount = {1};
-    store.m_petRecount = {2};
-    store.m_albumRecount = {3};
-    store.m_personGroupRecount = {4};
-    store.m_petGroupRecount = {5, 6};
+    store.NoteIndividualForRecount(1, CSQLiteFileBasicDB::kPerson);
+    store.NoteIndividualForRecount(2, CSQLiteFileBasicDB::kPet);
+    store.NoteAlbumForRecount(3);
+    store.NoteGroupForRecount(4, CSQLiteFileBasicDB::kPerson);
+    store.NoteGroupForRecount(5, CSQLiteFileBasicDB::kPet);
+    store.NoteGroupForRecount(6, CSQLiteFileBasicDB::kPet);
 
     EXPECT_EQ(store.Reopen(), S_OK);
 
-    EXPECT_EQ(store.m_personRecount, IdSet{});
-    EXPECT_EQ(store.m_petRecount, IdSet{});
-    EXPECT_EQ(store.m_albumRecount, IdSet{});
-    EXPECT_EQ(store.m_personGroupRecount, IdSet{4});
-    EXPECT_EQ(store.m_petGroupRecount, (IdSet{5, 6}));
+    EXPECT_EQ(store.PersonRecounts(), IdSet{});
+    EXPECT_EQ(store.PetRecounts(), IdSet{});
+    EXPECT_EQ(store.AlbumRecounts(), IdSet{});
+    EXPECT_EQ(store.PersonGroupRecounts(), IdSet{4});
+    EXPECT_EQ(store.PetGroupRecounts(), (IdSet{5, 6}));
 }
 
 TEST_F(CatalogueReopen, DropsTheOpenTransaction) {
@@ -387,7 +393,7 @@ TEST_F(CatalogueReopen, DropsTheOpenTransaction) {
 
 TEST_F(CatalogueReopen, DroppedAlbumRecountLeavesTheCounterStale) {
     Insert({AlbumRow(1, 5, 1, 2), FileRow(1, 1, 1, 300, "a")});
-    store.m_albumRecount = {1};
+    store.NoteAlbumForRecount(1);
 
     ASSERT_EQ(store.Reopen(), S_OK);
     EXPECT_EQ(store.Commit(true), S_OK);
@@ -399,7 +405,7 @@ TEST_F(CatalogueReopen, GroupSetsKeptAcrossReopenAreRecountedAtTheNextCommit) {
     Insert({"INSERT INTO person_table (person_id, file_count) VALUES (4, 0)",
             "INSERT INTO person_face_feature_point_group_item_table (face_id, feature_point_id, group_id) VALUES "
             "(1, 1, 4)"});
-    store.m_personGroupRecount = {4};
+    store.NoteGroupForRecount(4, CSQLiteFileBasicDB::kPerson);
 
     ASSERT_EQ(store.Reopen(), S_OK);
     EXPECT_EQ(store.Commit(false), S_OK);

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string>
 
+#include "records/meta_rows.h"
 #include "catalogue_meta_fixture.h"
 
 using namespace catalogue_meta_test;
@@ -54,27 +55,27 @@ TEST_F(CatalogueMetaWithoutTable, InsertWithRetryIsFailToo) { EXPECT_EQ(Insert(S
 
 TEST_F(CatalogueMetaWithoutTable, UpdateIsFail) { EXPECT_EQ(Update(SampleFields(1)), E_FAIL); }
 
-TEST_F(CatalogueMetaWithoutTable, DeleteIsFail) { EXPECT_EQ(Store()->DeleteMetaRecord(1), E_FAIL); }
+TEST_F(CatalogueMetaWithoutTable, DeleteIsFail) { EXPECT_EQ(MetaTableRows(*Store()).DeleteMetaRecord(1), E_FAIL); }
 
-TEST_F(CatalogueMetaWithoutTable, HasIsFalse) { EXPECT_EQ(Store()->HasMetaRecord(1), 0); }
+TEST_F(CatalogueMetaWithoutTable, HasIsFalse) { EXPECT_EQ(MetaTableRows(*Store()).HasMetaRecord(1), 0); }
 
 TEST_F(CatalogueMetaWithoutTable, ListIsFailAndAddsNothing) {
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListMetaRecords(wrapper), E_FAIL);
+    EXPECT_EQ(MetaTableRows(*Store()).ListMetaRecords(wrapper), E_FAIL);
     EXPECT_TRUE(list.IsEmpty());
 }
 
 TEST_F(CatalogueMetaWithoutTable, ModelListIsFailAndAddsNothing) {
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListModelMetaRecords(wrapper), E_FAIL);
+    EXPECT_EQ(MetaTableRows(*Store()).ListModelMetaRecords(wrapper), E_FAIL);
     EXPECT_TRUE(list.IsEmpty());
 }
 
 TEST_F(CatalogueMetaWithoutTable, WalkIsFailWithoutACall) {
     int calls = 0;
-    EXPECT_EQ(Store()->ForEachModelMetaRecord(CountCall, &calls), E_FAIL);
+    EXPECT_EQ(MetaTableRows(*Store()).ForEachModelMetaRecord(CountCall, &calls), E_FAIL);
     EXPECT_EQ(calls, 0);
 }
 
@@ -101,7 +102,7 @@ TEST_F(CatalogueMetaDamaged, WithoutTheUniqueIndexDeleteRemovesEveryRowOfTheFile
     ASSERT_EQ(Insert(SampleFields(9, 1), 0), S_OK);
     ASSERT_EQ(Insert(SampleFields(9, 2), 0), S_OK);
     ASSERT_EQ(Insert(SampleFields(10, 3), 0), S_OK);
-    EXPECT_EQ(Store()->DeleteMetaRecord(9), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).DeleteMetaRecord(9), S_OK);
     ASSERT_EQ(Store()->Commit(false), S_OK);
 
     zandb4::testing::SqliteProbe probe(CatalogueFile(m_root));

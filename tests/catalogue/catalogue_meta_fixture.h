@@ -13,8 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "records/meta_rows.h"
 #include "catalogue/file_basic_db.h"
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "support/sqlite_probe.h"
 #include "support/temp_folder.h"
 #include "zandb4.h"
@@ -254,7 +255,7 @@ protected:
         IZanDB4FileMetaDBRecord* record = NewRecord();
         if (record == nullptr) return kNoRecord;
         Fill(record, fields);
-        HRESULT result = Store()->InsertMetaRow(fields.fileId, CSQLiteFileBasicDB::MetaValuesOf(record), retry);
+        HRESULT result = MetaTableRows(*Store()).InsertMetaRow(fields.fileId, MetaTableRows::MetaValuesOf(record), retry);
         EXPECT_EQ(record->Release(), 0u);
         return result;
     }
@@ -263,7 +264,7 @@ protected:
         IZanDB4FileMetaDBRecord* record = NewRecord();
         if (record == nullptr) return kNoRecord;
         Fill(record, fields);
-        HRESULT result = Store()->UpdateMetaRow(fields.fileId, CSQLiteFileBasicDB::MetaValuesOf(record));
+        HRESULT result = MetaTableRows(*Store()).UpdateMetaRow(fields.fileId, MetaTableRows::MetaValuesOf(record));
         EXPECT_EQ(record->Release(), 0u);
         return result;
     }

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "records/meta_rows.h"
 #include "catalogue_meta_fixture.h"
 
 using namespace catalogue_meta_test;
@@ -63,7 +64,7 @@ TEST_F(CatalogueMetaList, ListGivesARecordPerRowInRowOrder) {
     InsertThreeRows();
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListMetaRecords(wrapper), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ListMetaRecords(wrapper), S_OK);
     EXPECT_EQ(IdsOf(list), (std::vector<uint64_t>{30, 10, 20}));
     ReleaseAll(list);
 }
@@ -75,7 +76,7 @@ TEST_F(CatalogueMetaList, ListedRecordsHoldEveryValueOfTheirRow) {
     ASSERT_EQ(Insert(fields), S_OK);
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListMetaRecords(wrapper), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ListMetaRecords(wrapper), S_OK);
     ASSERT_EQ(list.GetCount(), 1);
     ExpectHolds(list.GetHead(), fields);
     ReleaseAll(list);
@@ -85,7 +86,7 @@ TEST_F(CatalogueMetaList, ListedRecordsCarryOneReferenceEach) {
     InsertThreeRows();
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    ASSERT_EQ(Store()->ListMetaRecords(wrapper), S_OK);
+    ASSERT_EQ(MetaTableRows(*Store()).ListMetaRecords(wrapper), S_OK);
     ASSERT_EQ(list.GetCount(), 3);
     for (POSITION position = list.GetHeadPosition(); position != nullptr;) {
         IZanDB4FileMetaDBRecord* record = list.GetNext(position);
@@ -98,7 +99,7 @@ TEST_F(CatalogueMetaList, ListedRecordsCarryOneReferenceEach) {
 TEST_F(CatalogueMetaList, ListOfAnEmptyTableIsFailAndAddsNothing) {
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListMetaRecords(wrapper), E_FAIL);
+    EXPECT_EQ(MetaTableRows(*Store()).ListMetaRecords(wrapper), E_FAIL);
     EXPECT_TRUE(list.IsEmpty());
 }
 
@@ -110,7 +111,7 @@ TEST_F(CatalogueMetaList, ListEmptiesTheCallersListFirstWithoutReleasingWhatWasI
     list.AddTail(stale);
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
 
-    EXPECT_EQ(Store()->ListMetaRecords(wrapper), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ListMetaRecords(wrapper), S_OK);
     std::vector<IZanDB4FileMetaDBRecord*> held;
     for (POSITION position = list.GetHeadPosition(); position != nullptr;) held.push_back(list.GetNext(position));
     EXPECT_EQ(held.size(), 1u);
@@ -133,7 +134,7 @@ TEST_F(CatalogueMetaList, ModelListSkipsRowsWithAnEmptyModelName) {
     InsertThreeRows();
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListModelMetaRecords(wrapper), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ListModelMetaRecords(wrapper), S_OK);
     EXPECT_EQ(IdsOf(list), (std::vector<uint64_t>{30, 20}));
     ReleaseAll(list);
 }
@@ -141,10 +142,10 @@ TEST_F(CatalogueMetaList, ModelListSkipsRowsWithAnEmptyModelName) {
 TEST_F(CatalogueMetaList, ModelListSkipsRowsWithANullModelName) {
     InsertThreeRows();
     InsertRowWithNullModel(40);
-    ASSERT_EQ(Store()->HasMetaRecord(40), 1);
+    ASSERT_EQ(MetaTableRows(*Store()).HasMetaRecord(40), 1);
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListModelMetaRecords(wrapper), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ListModelMetaRecords(wrapper), S_OK);
     EXPECT_EQ(IdsOf(list), (std::vector<uint64_t>{30, 20}));
     ReleaseAll(list);
 }
@@ -153,7 +154,7 @@ TEST_F(CatalogueMetaList, ARowWithANullModelNameIsStillListedByTheFullList) {
     InsertRowWithNullModel(40);
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListMetaRecords(wrapper), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ListMetaRecords(wrapper), S_OK);
     ASSERT_EQ(list.GetCount(), 1);
     CZanTString model(u"x");
     uint32_t picture = 9, finishing = 9, artFilter = 9;
@@ -168,7 +169,7 @@ TEST_F(CatalogueMetaList, ModelListedRecordsHoldTheirRowAndOneReferenceEach) {
     ASSERT_EQ(Insert(fields), S_OK);
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListModelMetaRecords(wrapper), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ListModelMetaRecords(wrapper), S_OK);
     ASSERT_EQ(list.GetCount(), 1);
     ExpectHolds(list.GetHead(), fields);
     EXPECT_EQ(list.GetHead()->AddRef(), 2u);
@@ -183,7 +184,7 @@ TEST_F(CatalogueMetaList, ModelListWithoutAnyModelIsFailAndAddsNothing) {
     InsertRowWithNullModel(3);
     CList<IZanDB4FileMetaDBRecord*> list;
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
-    EXPECT_EQ(Store()->ListModelMetaRecords(wrapper), E_FAIL);
+    EXPECT_EQ(MetaTableRows(*Store()).ListModelMetaRecords(wrapper), E_FAIL);
     EXPECT_TRUE(list.IsEmpty());
 }
 
@@ -195,7 +196,7 @@ TEST_F(CatalogueMetaList, ModelListEmptiesTheCallersListFirstWithoutReleasingWha
     list.AddTail(stale);
     CZanTList<IZanDB4FileMetaDBRecord*> wrapper(&list);
 
-    EXPECT_EQ(Store()->ListModelMetaRecords(wrapper), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ListModelMetaRecords(wrapper), S_OK);
     std::vector<IZanDB4FileMetaDBRecord*> held;
     for (POSITION position = list.GetHeadPosition(); position != nullptr;) held.push_back(list.GetNext(position));
     EXPECT_EQ(held.size(), 1u);
@@ -216,7 +217,7 @@ TEST_F(CatalogueMetaList, WalkLendsEachRecordWithAModelToTheCallbackWithTheConte
     InsertThreeRows();
     InsertRowWithNullModel(40);
     Walk walk;
-    EXPECT_EQ(Store()->ForEachModelMetaRecord(Visit, &walk), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ForEachModelMetaRecord(Visit, &walk), S_OK);
     EXPECT_EQ(walk.ids, (std::vector<uint64_t>{30, 20}));
     EXPECT_EQ(walk.contexts, (std::vector<void*>{&walk, &walk}));
     // Inside the callback the walk holds the one reference: the record is lent.
@@ -227,7 +228,7 @@ TEST_F(CatalogueMetaList, WalkReleasesEachRecordAfterItsCallback) {
     InsertThreeRows();
     Walk walk;
     walk.keepCall = 1;
-    EXPECT_EQ(Store()->ForEachModelMetaRecord(Visit, &walk), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ForEachModelMetaRecord(Visit, &walk), S_OK);
     ASSERT_NE(walk.kept, nullptr);
     EXPECT_EQ(FileIdOf(walk.kept), 30u);
     // The reference taken in the callback is all that is left.
@@ -240,7 +241,7 @@ TEST_F(CatalogueMetaList, WalkStopsAtTheFirstNonZeroAnswer) {
     ASSERT_EQ(Insert(SampleFields(3, 3)), S_OK);
     Walk walk;
     walk.stopAtCall = 2;
-    EXPECT_EQ(Store()->ForEachModelMetaRecord(Visit, &walk), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ForEachModelMetaRecord(Visit, &walk), S_OK);
     EXPECT_EQ(walk.ids, (std::vector<uint64_t>{1, 2}));
 }
 
@@ -250,7 +251,7 @@ TEST_F(CatalogueMetaList, WalkOverRowsWithoutAModelCallsNothing) {
     ASSERT_EQ(Insert(fields), S_OK);
     InsertRowWithNullModel(3);
     Walk walk;
-    Store()->ForEachModelMetaRecord(Visit, &walk);
+    MetaTableRows(*Store()).ForEachModelMetaRecord(Visit, &walk);
     EXPECT_TRUE(walk.ids.empty());
 }
 
@@ -267,13 +268,13 @@ TEST_F(CatalogueMetaList, WalkLendsRecordsHoldingTheirRow) {
         ExpectHolds(record, c->fields);
         return 0;
     };
-    EXPECT_EQ(Store()->ForEachModelMetaRecord(callback, &check), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).ForEachModelMetaRecord(callback, &check), S_OK);
     EXPECT_EQ(check.calls, 1);
 }
 
 TEST_F(CatalogueMetaList, WalkWithANullCallbackIsInvalidArg) {
     ASSERT_EQ(Insert(SampleFields(1)), S_OK);
-    EXPECT_EQ(Store()->ForEachModelMetaRecord(nullptr, nullptr), E_INVALIDARG);
+    EXPECT_EQ(MetaTableRows(*Store()).ForEachModelMetaRecord(nullptr, nullptr), E_INVALIDARG);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "records/meta_rows.h"
 #include "catalogue_meta_fixture.h"
 
 using namespace catalogue_meta_test;
@@ -354,7 +355,7 @@ TEST_F(CatalogueMetaTable, DeleteRemovesThatRowOnly) {
     ASSERT_EQ(Insert(SampleFields(80)), S_OK);
     ASSERT_EQ(Insert(SampleFields(81)), S_OK);
     Commit();
-    EXPECT_EQ(Store()->DeleteMetaRecord(80), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).DeleteMetaRecord(80), S_OK);
     Commit();
     Rows rows = DiskRows();
     ASSERT_EQ(rows.size(), 1u);
@@ -363,7 +364,7 @@ TEST_F(CatalogueMetaTable, DeleteRemovesThatRowOnly) {
 
 TEST_F(CatalogueMetaTable, DeleteOfAFileIdWithoutARowIsOk) {
     ASSERT_EQ(Insert(SampleFields(82)), S_OK);
-    EXPECT_EQ(Store()->DeleteMetaRecord(83), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).DeleteMetaRecord(83), S_OK);
     Commit();
     EXPECT_EQ(DiskRows().size(), 1u);
 }
@@ -371,24 +372,24 @@ TEST_F(CatalogueMetaTable, DeleteOfAFileIdWithoutARowIsOk) {
 TEST_F(CatalogueMetaTable, DeleteOpensTheTransactionSoTheRowStaysOnDiskUntilTheCommit) {
     ASSERT_EQ(Insert(SampleFields(84)), S_OK);
     Commit();
-    EXPECT_EQ(Store()->DeleteMetaRecord(84), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).DeleteMetaRecord(84), S_OK);
     EXPECT_EQ(DiskRows().size(), 1u);
     Commit();
     EXPECT_TRUE(DiskRows().empty());
 }
 
 TEST_F(CatalogueMetaTable, HasMetaRecordTellsWhetherTheFileIdHasARow) {
-    EXPECT_EQ(Store()->HasMetaRecord(90), 0);
+    EXPECT_EQ(MetaTableRows(*Store()).HasMetaRecord(90), 0);
     ASSERT_EQ(Insert(SampleFields(90)), S_OK);
-    EXPECT_EQ(Store()->HasMetaRecord(90), 1);
-    EXPECT_EQ(Store()->HasMetaRecord(91), 0);
-    ASSERT_EQ(Store()->DeleteMetaRecord(90), S_OK);
-    EXPECT_EQ(Store()->HasMetaRecord(90), 0);
+    EXPECT_EQ(MetaTableRows(*Store()).HasMetaRecord(90), 1);
+    EXPECT_EQ(MetaTableRows(*Store()).HasMetaRecord(91), 0);
+    ASSERT_EQ(MetaTableRows(*Store()).DeleteMetaRecord(90), S_OK);
+    EXPECT_EQ(MetaTableRows(*Store()).HasMetaRecord(90), 0);
 }
 
 TEST_F(CatalogueMetaTable, DeletedRowIsNotFoundAnyMore) {
     ASSERT_EQ(Insert(SampleFields(92)), S_OK);
-    ASSERT_EQ(Store()->DeleteMetaRecord(92), S_OK);
+    ASSERT_EQ(MetaTableRows(*Store()).DeleteMetaRecord(92), S_OK);
     IZanDB4FileMetaDBRecord* record = nullptr;
     EXPECT_EQ(Store()->FindMetaRecord(&record, 92), E_FAIL);
     EXPECT_EQ(record, nullptr);
@@ -408,7 +409,7 @@ TEST_F(CatalogueMetaTable, MetaValuesOfReadsEveryValueInItsColumnForm) {
     const void* own = nullptr;
     ASSERT_EQ(record->GetFilterData(&own, nullptr), S_OK);
 
-    CSQLiteFileBasicDB::MetaRowValues values = CSQLiteFileBasicDB::MetaValuesOf(record);
+    MetaRowValues values = MetaTableRows::MetaValuesOf(record);
     EXPECT_EQ(values.filterData, own);  // borrowed, not copied
     EXPECT_EQ(values.filterDataSize, fields.filter.size());
     EXPECT_EQ(values.fileSize, static_cast<int64_t>(fields.fileSize));
@@ -436,7 +437,7 @@ TEST_F(CatalogueMetaTable, MetaValuesOfReadsEveryValueInItsColumnForm) {
 TEST_F(CatalogueMetaTable, MetaValuesOfARecordWithoutFilterDataHasNoBlob) {
     IZanDB4FileMetaDBRecord* record = NewRecord();
     ASSERT_NE(record, nullptr);
-    CSQLiteFileBasicDB::MetaRowValues values = CSQLiteFileBasicDB::MetaValuesOf(record);
+    MetaRowValues values = MetaTableRows::MetaValuesOf(record);
     EXPECT_EQ(values.filterData, nullptr);
     EXPECT_EQ(values.filterDataSize, 0u);
     EXPECT_EQ(values.fileUpdateDate, 0);

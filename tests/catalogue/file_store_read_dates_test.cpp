@@ -3,6 +3,7 @@
 // only; a query of empty text: every file; a query with text: its condition
 // and managed files only), ListFilesByDate on the shooting or the parent
 // date, and ListFilesByImport on the import date and class of meta_table.
+#include "catalogue/file_rows.h"
 #include "file_store_read_fixture.h"
 
 namespace file_store_read_test {
@@ -26,7 +27,7 @@ protected:
     HRESULT Range(IZanDB4QueryNode* query, SYSTEMTIME& oldest, SYSTEMTIME& latest) {
         CZanTDateTime first(FilledTime());
         CZanTDateTime last(FilledTime());
-        HRESULT result = m_store->GetShootingDateRange(query, first, last);
+        HRESULT result = FileTableRows(*m_store).GetShootingDateRange(query, first, last);
         oldest = first.m_time;
         latest = last.m_time;
         return result;
@@ -132,7 +133,7 @@ TEST_F(FileStoreReadDates, RangeWithAQueryThatDoesNotPrepareFails) {
 
 TEST_F(FileStoreReadDates, ListShootingDatesWithoutAListIsInvalid) {
     InsertDated(1, Packed(2020, 3, 4), 1);
-    EXPECT_EQ(m_store->ListShootingDates(nullptr, nullptr), E_INVALIDARG);
+    EXPECT_EQ(FileTableRows(*m_store).ListShootingDates(nullptr, nullptr), E_INVALIDARG);
 }
 
 TEST_F(FileStoreReadDates, ListShootingDatesKeepsRepeatsOfManagedFiles) {
@@ -142,18 +143,18 @@ TEST_F(FileStoreReadDates, ListShootingDatesKeepsRepeatsOfManagedFiles) {
     InsertDated(4, Packed(2019, 1, 1), 0);
     InsertDated(5, Packed(2022, 1, 1), 2);
     CZanTList<SYSTEMTIME> dates;
-    ASSERT_EQ(m_store->ListShootingDates(nullptr, &dates), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListShootingDates(nullptr, &dates), S_OK);
     EXPECT_EQ(PackedDates(dates),
               (std::vector<int64_t>{Packed(2020, 3, 4, 5, 6, 7), Packed(2020, 3, 4, 5, 6, 7), Packed(2021, 1, 2)}));
 }
 
 TEST_F(FileStoreReadDates, ListShootingDatesOfNothingIsOkAndEmpty) {
     CZanTList<SYSTEMTIME> dates;
-    EXPECT_EQ(m_store->ListShootingDates(nullptr, &dates), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).ListShootingDates(nullptr, &dates), S_OK);
     EXPECT_TRUE(dates.IsEmpty());
 
     InsertDated(1, Packed(2019, 1, 1), 0);
-    EXPECT_EQ(m_store->ListShootingDates(nullptr, &dates), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).ListShootingDates(nullptr, &dates), S_OK);
     EXPECT_TRUE(dates.IsEmpty());
 }
 
@@ -164,7 +165,7 @@ TEST_F(FileStoreReadDates, ListShootingDatesUnderAQueryOfEmptyTextListsEveryFile
     NodePtr node = TextNode(u"");
     ASSERT_TRUE(node);
     CZanTList<SYSTEMTIME> dates;
-    ASSERT_EQ(m_store->ListShootingDates(node.Get(), &dates), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListShootingDates(node.Get(), &dates), S_OK);
     EXPECT_EQ(PackedDates(dates), (std::vector<int64_t>{Packed(2019, 1, 1), Packed(2020, 3, 4), Packed(2022, 1, 1)}));
 }
 
@@ -176,7 +177,7 @@ TEST_F(FileStoreReadDates, ListShootingDatesUnderAQueryWithTextListsItsManagedFi
     NodePtr node = FormatNode(3);
     ASSERT_TRUE(node);
     CZanTList<SYSTEMTIME> dates;
-    ASSERT_EQ(m_store->ListShootingDates(node.Get(), &dates), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListShootingDates(node.Get(), &dates), S_OK);
     EXPECT_EQ(PackedDates(dates), (std::vector<int64_t>{Packed(2020, 3, 4), Packed(2020, 3, 4)}));
 }
 
@@ -185,7 +186,7 @@ TEST_F(FileStoreReadDates, ListShootingDatesWithAQueryThatDoesNotPrepareFails) {
     NodePtr node = BrokenNode();
     ASSERT_TRUE(node);
     CZanTList<SYSTEMTIME> dates;
-    EXPECT_EQ(m_store->ListShootingDates(node.Get(), &dates), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListShootingDates(node.Get(), &dates), E_FAIL);
     EXPECT_TRUE(dates.IsEmpty());
 }
 
@@ -211,7 +212,7 @@ TEST_F(FileStoreReadByDate, TakesManagedFilesInTheInclusiveRangeOldestFirst) {
     InsertFileRow(RowOf(8, Packed(2021, 6, 10), "f.jpg", 2));         // inside, item group
 
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesByDate(MakeTime(2021, 6, 1, 0, 0, 0), MakeTime(2021, 6, 30, 23, 59, 59), 0,
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesByDate(MakeTime(2021, 6, 1, 0, 0, 0), MakeTime(2021, 6, 30, 23, 59, 59), 0,
                                        files.List(), kLoadAll),
               S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{2, 6, 1, 3}));
@@ -229,7 +230,7 @@ TEST_F(FileStoreReadByDate, IgnoresTheMillisecondsAndDayOfWeekOfBothEnds) {
     SYSTEMTIME last = MakeTime(2021, 6, 2, 8, 0, 0, 500);
     last.wDayOfWeek = 3;
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesByDate(first, last, 0, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesByDate(first, last, 0, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{1, 2}));
 }
 
@@ -244,7 +245,7 @@ TEST_F(FileStoreReadByDate, WithTheParentFlagTakesTheParentDateOfEveryFileThatIs
     InsertWithParentDate(5, Packed(2010, 1, 4), inRange, 7);
 
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesByDate(MakeTime(2021, 6, 1, 0, 0, 0), MakeTime(2021, 6, 30, 23, 59, 59), 1,
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesByDate(MakeTime(2021, 6, 1, 0, 0, 0), MakeTime(2021, 6, 30, 23, 59, 59), 1,
                                        files.List(), kLoadAll),
               S_OK);
     // Ordered by their own shooting date.
@@ -257,7 +258,7 @@ TEST_F(FileStoreReadByDate, FailsWithAnEmptyListWhenNothingIsInTheRange) {
     ASSERT_TRUE(held);
     OwnedFiles files;
     files.List().AddTail(held.Get());
-    EXPECT_EQ(m_store->ListFilesByDate(MakeTime(2022, 1, 1, 0, 0, 0), MakeTime(2022, 12, 31, 0, 0, 0), 0,
+    EXPECT_EQ(FileTableRows(*m_store).ListFilesByDate(MakeTime(2022, 1, 1, 0, 0, 0), MakeTime(2022, 12, 31, 0, 0, 0), 0,
                                        files.List(), kLoadAll),
               E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
@@ -271,14 +272,14 @@ TEST_F(FileStoreReadByDate, ReadsTheRowsByTheRowMode) {
     const SYSTEMTIME last = MakeTime(2021, 12, 31, 0, 0, 0);
     {
         OwnedFiles files;
-        ASSERT_EQ(m_store->ListFilesByDate(first, last, 0, files.List(), kLoadNothing), S_OK);
+        ASSERT_EQ(FileTableRows(*m_store).ListFilesByDate(first, last, 0, files.List(), kLoadNothing), S_OK);
         ASSERT_EQ(files.List().GetCount(), 1);
         EXPECT_EQ(Known(Entries(files.List())[0]), 0u);
     }
     EXPECT_EQ(CacheSize(), 0u);
     {
         OwnedFiles files;
-        ASSERT_EQ(m_store->ListFilesByDate(first, last, 0, files.List(), kLoadShort), S_OK);
+        ASSERT_EQ(FileTableRows(*m_store).ListFilesByDate(first, last, 0, files.List(), kLoadShort), S_OK);
         ASSERT_EQ(files.List().GetCount(), 1);
         EXPECT_EQ(Known(Entries(files.List())[0]), kReducedKnown);
     }
@@ -315,7 +316,7 @@ protected:
 TEST_F(FileStoreReadByImport, WithoutAClassTakesEveryFileOfTheRunOrderedByDateThenName) {
     InsertRun();
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesByImport(m_run, nullptr, 0, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesByImport(m_run, nullptr, 0, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{2, 3, 1}));
     for (IZanDB4FileDBRecord* record : Entries(files.List())) {
         EXPECT_EQ(Known(record), kAllFieldsKnown);
@@ -327,12 +328,12 @@ TEST_F(FileStoreReadByImport, WithAClassTakesTheFilesOfThatClassOnly) {
     InsertRun();
     const uint32_t importClass = 8;
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesByImport(m_run, &importClass, 0, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesByImport(m_run, &importClass, 0, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{3, 1}));
     files.Release();
 
     const uint32_t otherClass = 9;
-    ASSERT_EQ(m_store->ListFilesByImport(m_run, &otherClass, 0, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesByImport(m_run, &otherClass, 0, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{2}));
 }
 
@@ -340,7 +341,7 @@ TEST_F(FileStoreReadByImport, WithAClassThatNoFileOfTheRunHasFails) {
     InsertRun();
     const uint32_t importClass = 10;
     OwnedFiles files;
-    EXPECT_EQ(m_store->ListFilesByImport(m_run, &importClass, 0, files.List(), kLoadAll), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFilesByImport(m_run, &importClass, 0, files.List(), kLoadAll), E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
     EXPECT_EQ(CacheSize(), 0u);
 }
@@ -348,21 +349,21 @@ TEST_F(FileStoreReadByImport, WithAClassThatNoFileOfTheRunHasFails) {
 TEST_F(FileStoreReadByImport, OptionBitSixteenLeavesTheOrderToTheDatabase) {
     InsertRun();
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesByImport(m_run, nullptr, 0x10, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesByImport(m_run, nullptr, 0x10, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(Sorted(IdsOf(files.List())), (std::vector<uint64_t>{1, 2, 3}));
 }
 
 TEST_F(FileStoreReadByImport, OtherOptionBitsKeepTheOrder) {
     InsertRun();
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesByImport(m_run, nullptr, 0xFFFFFFEF, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesByImport(m_run, nullptr, 0xFFFFFFEF, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{2, 3, 1}));
 }
 
 TEST_F(FileStoreReadByImport, FailsForARunWithoutFiles) {
     InsertRun();
     OwnedFiles files;
-    EXPECT_EQ(m_store->ListFilesByImport(MakeTime(2000, 1, 1, 0, 0, 0), nullptr, 0, files.List(), kLoadAll), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFilesByImport(MakeTime(2000, 1, 1, 0, 0, 0), nullptr, 0, files.List(), kLoadAll), E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
 }
 
@@ -370,13 +371,13 @@ TEST_F(FileStoreReadByImport, ReadsTheRowsByTheRowMode) {
     InsertRun();
     {
         OwnedFiles files;
-        ASSERT_EQ(m_store->ListFilesByImport(m_run, nullptr, 0, files.List(), kLoadNothing), S_OK);
+        ASSERT_EQ(FileTableRows(*m_store).ListFilesByImport(m_run, nullptr, 0, files.List(), kLoadNothing), S_OK);
         EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{2, 3, 1}));
         for (IZanDB4FileDBRecord* record : Entries(files.List())) EXPECT_EQ(Known(record), 0u);
     }
     {
         OwnedFiles files;
-        ASSERT_EQ(m_store->ListFilesByImport(m_run, nullptr, 0, files.List(), kLoadShort), S_OK);
+        ASSERT_EQ(FileTableRows(*m_store).ListFilesByImport(m_run, nullptr, 0, files.List(), kLoadShort), S_OK);
         for (IZanDB4FileDBRecord* record : Entries(files.List())) EXPECT_EQ(Known(record), kReducedKnown);
     }
     EXPECT_EQ(CacheSize(), 0u);

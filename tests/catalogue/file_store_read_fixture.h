@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/file_rows.h"
 #include "../records/file_db_record_fixture.h"
 #include "zandb4/faces.h"
 
@@ -33,9 +34,9 @@ inline constexpr uint32_t kAllFieldsKnown = file_record_test::kEveryField;  // 0
 // The reduced read: the short column list without classify_id.
 inline constexpr uint32_t kReducedKnown = 0x1C6FB;
 
-inline constexpr uint32_t kLoadAll = CSQLiteFileBasicDB::kLoadAll;
-inline constexpr uint32_t kLoadNothing = CSQLiteFileBasicDB::kLoadNothing;
-inline constexpr uint32_t kLoadShort = CSQLiteFileBasicDB::kLoadShort;
+inline constexpr uint32_t kLoadAll = FileTableRows::kLoadAll;
+inline constexpr uint32_t kLoadNothing = FileTableRows::kLoadNothing;
+inline constexpr uint32_t kLoadShort = FileTableRows::kLoadShort;
 
 // year<<40 + month<<32 + day<<24 + hour<<16 + minute<<8 + second.
 constexpr int64_t Packed(int64_t year, int64_t month, int64_t day, int64_t hour = 0, int64_t minute = 0,

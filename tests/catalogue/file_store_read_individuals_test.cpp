@@ -4,6 +4,7 @@
 // CountFilesOfIndividual, the number of distinct files with a face of a
 // person (the pet form names a column pet_face_table does not have and so
 // always counts 0).
+#include "catalogue/file_rows.h"
 #include "file_store_read_fixture.h"
 
 namespace file_store_read_test {
@@ -65,7 +66,7 @@ TEST_F(FileStoreReadIndividuals, PersonFilesComeOncePerFileNewestFirstThenByName
     InsertPetFace(200, 4, 5, kRectA);     // a pet with the same id
 
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadAll, nullptr), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadAll, nullptr), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{3, 2, 1}));
     for (IZanDB4FileDBRecord* record : Entries(files.List())) {
         EXPECT_EQ(Known(record), kAllFieldsKnown);
@@ -83,7 +84,7 @@ TEST_F(FileStoreReadIndividuals, PetFilesComeFromThePetFaces) {
     InsertPersonFace(100, 3, 5, kRectA);  // a person with the same id
 
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPet, files.List(), kLoadAll, nullptr), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPet, files.List(), kLoadAll, nullptr), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{4, 1}));
 }
 
@@ -91,11 +92,11 @@ TEST_F(FileStoreReadIndividuals, AnIndividualWithoutFacesFails) {
     InsertFiles();
     InsertPersonFace(100, 1, 5, kRectA);
     OwnedFiles files;
-    EXPECT_EQ(m_store->ListFilesOfIndividual(6, CSQLiteFileBasicDB::kPerson, files.List(), kLoadAll, nullptr),
+    EXPECT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(6, CSQLiteFileBasicDB::kPerson, files.List(), kLoadAll, nullptr),
               E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
     OwnedFaces faces;
-    EXPECT_EQ(m_store->ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPet, files.List(), kLoadAll, &faces.List()),
+    EXPECT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPet, files.List(), kLoadAll, &faces.List()),
               E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
     EXPECT_TRUE(faces.List().IsEmpty());
@@ -108,12 +109,12 @@ TEST_F(FileStoreReadIndividuals, AnotherTypeFails) {
     InsertPetFace(200, 1, 5, kRectA);
     OwnedFiles files;
     OwnedFaces faces;
-    EXPECT_EQ(m_store->ListFilesOfIndividual(5, 3, files.List(), kLoadAll, nullptr), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(5, 3, files.List(), kLoadAll, nullptr), E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
-    EXPECT_EQ(m_store->ListFilesOfIndividual(5, 3, files.List(), kLoadAll, &faces.List()), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(5, 3, files.List(), kLoadAll, &faces.List()), E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
     EXPECT_TRUE(faces.List().IsEmpty());
-    EXPECT_EQ(m_store->ListFilesOfIndividual(5, 0, files.List(), kLoadAll, nullptr), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(5, 0, files.List(), kLoadAll, nullptr), E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
     EXPECT_EQ(CacheSize(), 0u);
 }
@@ -128,7 +129,7 @@ TEST_F(FileStoreReadIndividuals, WithAFaceListEachFaceGivesAnEntryAndAFaceRecord
     OwnedFiles files;
     OwnedFaces faces;
     ASSERT_EQ(
-        m_store->ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadAll, &faces.List()),
+        FileTableRows(*m_store).ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadAll, &faces.List()),
         S_OK);
     std::vector<IZanDB4FileDBRecord*> fileEntries = Entries(files.List());
     std::vector<IZanDB4FaceDBRecord*> faceEntries = Entries(faces.List());
@@ -169,7 +170,7 @@ TEST_F(FileStoreReadIndividuals, PetFacesCarryThePetTypeAndTheirRectangles) {
 
     OwnedFiles files;
     OwnedFaces faces;
-    ASSERT_EQ(m_store->ListFilesOfIndividual(8, CSQLiteFileBasicDB::kPet, files.List(), kLoadAll, &faces.List()),
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(8, CSQLiteFileBasicDB::kPet, files.List(), kLoadAll, &faces.List()),
               S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{3, 1}));
     std::vector<IZanDB4FaceDBRecord*> faceEntries = Entries(faces.List());
@@ -194,7 +195,7 @@ TEST_F(FileStoreReadIndividuals, FaceRecordsEachCarryOneReferenceForTheCaller) {
     OwnedFiles files;
     OwnedFaces faces;
     ASSERT_EQ(
-        m_store->ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadAll, &faces.List()),
+        FileTableRows(*m_store).ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadAll, &faces.List()),
         S_OK);
     std::vector<IZanDB4FaceDBRecord*> faceEntries = Entries(faces.List());
     ASSERT_EQ(faceEntries.size(), 1u);
@@ -208,7 +209,7 @@ TEST_F(FileStoreReadIndividuals, RecordsAreReadByTheRowModeInBothForms) {
     InsertPersonFace(101, 2, 5, kRectA);
     {
         OwnedFiles files;
-        ASSERT_EQ(m_store->ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadNothing, nullptr),
+        ASSERT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadNothing, nullptr),
                   S_OK);
         EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{2, 1}));
         for (IZanDB4FileDBRecord* record : Entries(files.List())) EXPECT_EQ(Known(record), 0u);
@@ -216,7 +217,7 @@ TEST_F(FileStoreReadIndividuals, RecordsAreReadByTheRowModeInBothForms) {
     {
         OwnedFiles files;
         OwnedFaces faces;
-        ASSERT_EQ(m_store->ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadShort,
+        ASSERT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, files.List(), kLoadShort,
                                                  &faces.List()),
                   S_OK);
         EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{2, 1}));

@@ -4,6 +4,7 @@
 // all of them; the list is emptied first without releasing what it held.
 #include <fstream>
 
+#include "catalogue/file_rows.h"
 #include "file_store_read_fixture.h"
 
 namespace file_store_read_test {
@@ -25,7 +26,7 @@ protected:
 
 TEST_F(FileStoreReadLists, ListFilesOnAnEmptyCatalogueFailsWithAnEmptyList) {
     OwnedFiles files;
-    EXPECT_EQ(m_store->ListFiles(nullptr, 0, files.List(), kLoadAll), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, files.List(), kLoadAll), E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
     EXPECT_EQ(CacheSize(), 0u);
 }
@@ -36,7 +37,7 @@ TEST_F(FileStoreReadLists, ListFilesEmptiesTheListWithoutReleasingWhatItHeld) {
     ASSERT_TRUE(held);
     OwnedFiles files;
     files.List().AddTail(held.Get());
-    ASSERT_EQ(m_store->ListFiles(nullptr, 1, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 1, files.List(), kLoadAll), S_OK);
     std::vector<IZanDB4FileDBRecord*> entries = Entries(files.List());
     ASSERT_EQ(entries.size(), 4u);
     EXPECT_EQ(std::count(entries.begin(), entries.end(), held.Get()), 0);
@@ -49,7 +50,7 @@ TEST_F(FileStoreReadLists, ListFilesThatFindsNothingStillEmptiesTheList) {
     ASSERT_TRUE(held);
     OwnedFiles files;
     files.List().AddTail(held.Get());
-    EXPECT_EQ(m_store->ListFiles(nullptr, 0, files.List(), kLoadAll), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, files.List(), kLoadAll), E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
     EXPECT_EQ(Count(held.Get()), 1);
 }
@@ -57,7 +58,7 @@ TEST_F(FileStoreReadLists, ListFilesThatFindsNothingStillEmptiesTheList) {
 TEST_F(FileStoreReadLists, ListFilesGivesEveryFileWithOneReferenceForTheCaller) {
     InsertFourFiles();
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(Sorted(IdsOf(files.List())), (std::vector<uint64_t>{1, 2, 3, 4}));
     for (IZanDB4FileDBRecord* record : Entries(files.List())) {
         EXPECT_EQ(Count(record), 2);
@@ -71,14 +72,14 @@ TEST_F(FileStoreReadLists, ListFilesGivesEveryFileWithOneReferenceForTheCaller) 
 TEST_F(FileStoreReadLists, ListFilesWithSortFlagOneOrdersByShootingDateThenName) {
     InsertFourFiles();
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 1, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 1, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{3, 1, 4, 2}));
 }
 
 TEST_F(FileStoreReadLists, ListFilesSortsInTheShortModeToo) {
     InsertFourFiles();
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 1, files.List(), kLoadShort), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 1, files.List(), kLoadShort), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{3, 1, 4, 2}));
 }
 
@@ -88,7 +89,7 @@ TEST_F(FileStoreReadLists, ListFilesInModeTwoReadsTheShortColumnList) {
     row.classifyId = 7;
     InsertFileRow(row);
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, files.List(), kLoadShort), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, files.List(), kLoadShort), S_OK);
     ASSERT_EQ(files.List().GetCount(), 1);
     IZanDB4FileDBRecord* record = Entries(files.List())[0];
     EXPECT_EQ(IdOf(record), 5u);
@@ -121,7 +122,7 @@ TEST_F(FileStoreReadLists, ListFilesInModeTwoReadsTheShortColumnList) {
 TEST_F(FileStoreReadLists, ListFilesInModeOneHandsOutRecordsThatKnowNothing) {
     InsertFourFiles();
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 1, files.List(), kLoadNothing), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 1, files.List(), kLoadNothing), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{3, 1, 4, 2}));
     for (IZanDB4FileDBRecord* record : Entries(files.List())) EXPECT_EQ(Known(record), 0u);
 }
@@ -137,7 +138,7 @@ TEST_F(FileStoreReadLists, ListFilesKeepsOnlyTheRowsTheQuerySelects) {
     NodePtr node = FormatNode(7);
     ASSERT_TRUE(node);
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(node.Get(), 1, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(node.Get(), 1, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{6, 5}));
 }
 
@@ -146,7 +147,7 @@ TEST_F(FileStoreReadLists, ListFilesWithAQueryThatMatchesNothingFails) {
     NodePtr node = FormatNode(99);
     ASSERT_TRUE(node);
     OwnedFiles files;
-    EXPECT_EQ(m_store->ListFiles(node.Get(), 0, files.List(), kLoadAll), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFiles(node.Get(), 0, files.List(), kLoadAll), E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
     EXPECT_EQ(CacheSize(), 0u);
 }
@@ -156,7 +157,7 @@ TEST_F(FileStoreReadLists, ListFilesWithAQueryOfEmptyTextSelectsEveryFile) {
     NodePtr node = TextNode(u"");
     ASSERT_TRUE(node);
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(node.Get(), 1, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(node.Get(), 1, files.List(), kLoadAll), S_OK);
     EXPECT_EQ(IdsOf(files.List()), (std::vector<uint64_t>{3, 1, 4, 2}));
 }
 
@@ -165,7 +166,7 @@ TEST_F(FileStoreReadLists, ListFilesWithAQueryThatDoesNotPrepareFails) {
     NodePtr node = BrokenNode();
     ASSERT_TRUE(node);
     OwnedFiles files;
-    EXPECT_EQ(m_store->ListFiles(node.Get(), 0, files.List(), kLoadAll), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFiles(node.Get(), 0, files.List(), kLoadAll), E_FAIL);
     EXPECT_TRUE(files.List().IsEmpty());
     EXPECT_EQ(CacheSize(), 0u);
 }
@@ -180,7 +181,7 @@ TEST_F(FileStoreReadLists, ListFileFormatsGivesOneValuePerRowRepeatsIncluded) {
     }
     CZanTList<uint32_t> formats;
     formats.AddTail(99);
-    ASSERT_EQ(m_store->ListFileFormats(nullptr, formats), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFileFormats(nullptr, formats), S_OK);
     std::vector<uint32_t> values = Entries(formats);
     std::sort(values.begin(), values.end());
     EXPECT_EQ(values, (std::vector<uint32_t>{3, 3, 7}));
@@ -197,20 +198,20 @@ TEST_F(FileStoreReadLists, ListFileFormatsKeepsOnlyTheRowsTheQuerySelects) {
     NodePtr node = ManageNode(2);
     ASSERT_TRUE(node);
     CZanTList<uint32_t> formats;
-    ASSERT_EQ(m_store->ListFileFormats(node.Get(), formats), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFileFormats(node.Get(), formats), S_OK);
     EXPECT_EQ(Entries(formats), (std::vector<uint32_t>{13}));
 }
 
 TEST_F(FileStoreReadLists, ListFileFormatsThatFindsNothingFailsWithAnEmptyList) {
     CZanTList<uint32_t> formats;
     formats.AddTail(99);
-    EXPECT_EQ(m_store->ListFileFormats(nullptr, formats), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFileFormats(nullptr, formats), E_FAIL);
     EXPECT_TRUE(formats.IsEmpty());
 
     InsertFileRow(FileRow{});
     NodePtr node = FormatNode(4);
     ASSERT_TRUE(node);
-    EXPECT_EQ(m_store->ListFileFormats(node.Get(), formats), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFileFormats(node.Get(), formats), E_FAIL);
     EXPECT_TRUE(formats.IsEmpty());
 }
 
@@ -219,7 +220,7 @@ TEST_F(FileStoreReadLists, ListFileFormatsWithAQueryThatDoesNotPrepareFails) {
     NodePtr node = BrokenNode();
     ASSERT_TRUE(node);
     CZanTList<uint32_t> formats;
-    EXPECT_EQ(m_store->ListFileFormats(node.Get(), formats), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFileFormats(node.Get(), formats), E_FAIL);
     EXPECT_TRUE(formats.IsEmpty());
 }
 
@@ -230,7 +231,7 @@ TEST_F(FileStoreReadLists, ListManageFlagsGivesOneValuePerRow) {
     InsertFileRow(RowOf(4, Packed(2021, 1, 1), "d", 1));
     CZanTList<uint32_t> flags;
     flags.AddTail(99);
-    ASSERT_EQ(m_store->ListManageFlags(nullptr, flags), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListManageFlags(nullptr, flags), S_OK);
     std::vector<uint32_t> values = Entries(flags);
     std::sort(values.begin(), values.end());
     EXPECT_EQ(values, (std::vector<uint32_t>{0, 1, 1, 2}));
@@ -248,7 +249,7 @@ TEST_F(FileStoreReadLists, ListManageFlagsKeepsOnlyTheRowsTheQuerySelects) {
     NodePtr node = FormatNode(8);
     ASSERT_TRUE(node);
     CZanTList<uint32_t> flags;
-    ASSERT_EQ(m_store->ListManageFlags(node.Get(), flags), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListManageFlags(node.Get(), flags), S_OK);
     std::vector<uint32_t> values = Entries(flags);
     std::sort(values.begin(), values.end());
     EXPECT_EQ(values, (std::vector<uint32_t>{0, 2}));
@@ -257,13 +258,13 @@ TEST_F(FileStoreReadLists, ListManageFlagsKeepsOnlyTheRowsTheQuerySelects) {
 TEST_F(FileStoreReadLists, ListManageFlagsThatFindsNothingFails) {
     CZanTList<uint32_t> flags;
     flags.AddTail(5);
-    EXPECT_EQ(m_store->ListManageFlags(nullptr, flags), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListManageFlags(nullptr, flags), E_FAIL);
     EXPECT_TRUE(flags.IsEmpty());
 
     InsertFileRow(FileRow{});
     NodePtr broken = BrokenNode();
     ASSERT_TRUE(broken);
-    EXPECT_EQ(m_store->ListManageFlags(broken.Get(), flags), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListManageFlags(broken.Get(), flags), E_FAIL);
     EXPECT_TRUE(flags.IsEmpty());
 }
 
@@ -304,7 +305,7 @@ TEST_F(FileStoreReadMissing, ListsOnlyFilesWhosePathAndNameNameNothingOnDisk) {
 
     CZanTArray<uint64_t> ids;
     ids.Add(999);
-    ASSERT_EQ(m_store->ListMissingFiles(ids), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListMissingFiles(ids), S_OK);
     std::vector<uint64_t> missing;
     for (ptrdiff_t i = 0; i < ids.GetSize(); ++i) missing.push_back(ids[i]);
     EXPECT_EQ(Sorted(missing), (std::vector<uint64_t>{2, 6}));
@@ -317,7 +318,7 @@ TEST_F(FileStoreReadMissing, SkipsFilesWithAnEmptyPathOrName) {
     InsertNamed(2, Photos() + "/nowhere", "");
     InsertNamed(3, Photos(), "present.jpg");
     CZanTArray<uint64_t> ids;
-    EXPECT_EQ(m_store->ListMissingFiles(ids), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListMissingFiles(ids), E_FAIL);
     EXPECT_EQ(ids.GetSize(), 0);
     EXPECT_EQ(CacheSize(), 0u);
 }
@@ -326,14 +327,14 @@ TEST_F(FileStoreReadMissing, FailsWithAnEmptyArrayWhenNothingIsMissing) {
     InsertNamed(1, Photos(), "present.jpg");
     CZanTArray<uint64_t> ids;
     ids.Add(999);
-    EXPECT_EQ(m_store->ListMissingFiles(ids), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListMissingFiles(ids), E_FAIL);
     EXPECT_EQ(ids.GetSize(), 0);
     EXPECT_EQ(CacheSize(), 0u);
 }
 
 TEST_F(FileStoreReadMissing, FailsOnAnEmptyCatalogue) {
     CZanTArray<uint64_t> ids;
-    EXPECT_EQ(m_store->ListMissingFiles(ids), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListMissingFiles(ids), E_FAIL);
     EXPECT_EQ(ids.GetSize(), 0);
 }
 
@@ -341,12 +342,12 @@ TEST_F(FileStoreReadMissing, LeavesTheReferencesOfAClientUntouched) {
     InsertNamed(1, Photos(), "absent.jpg");
     InsertNamed(2, Photos(), "present.jpg");
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->GetFileRecord(1, &raw), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(1, &raw), S_OK);
     RecordPtr held = RecordPtr::Adopt(raw);
     ASSERT_EQ(Count(held.Get()), 2);
 
     CZanTArray<uint64_t> ids;
-    ASSERT_EQ(m_store->ListMissingFiles(ids), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListMissingFiles(ids), S_OK);
     ASSERT_EQ(ids.GetSize(), 1);
     EXPECT_EQ(ids[0], 1u);
     EXPECT_EQ(Count(held.Get()), 2);

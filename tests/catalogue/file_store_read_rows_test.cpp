@@ -6,6 +6,7 @@
 // (found records handed out with a new reference, new records joining it
 // with a reference of the cache's own), and that nothing is made when the
 // caller asks for no record.
+#include "catalogue/file_rows.h"
 #include "file_store_read_fixture.h"
 
 namespace file_store_read_test {
@@ -90,7 +91,7 @@ protected:
 TEST_F(FileStoreReadRows, GetFileRecordOfAnExistingRowGivesARecordThatKnowsEveryColumn) {
     InsertFileRow(FileRow{});
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->GetFileRecord(10, &raw), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, &raw), S_OK);
     ASSERT_NE(raw, nullptr);
     RecordPtr record = RecordPtr::Adopt(raw);
     EXPECT_EQ(IdOf(record.Get()), 10u);
@@ -105,8 +106,8 @@ TEST_F(FileStoreReadRows, GetFileRecordOfAnExistingRowGivesARecordThatKnowsEvery
 
 TEST_F(FileStoreReadRows, GetFileRecordWithoutAnOutRecordOnlyTestsThatTheRowExists) {
     InsertFileRow(FileRow{});
-    EXPECT_EQ(m_store->GetFileRecord(10, nullptr), S_OK);
-    EXPECT_EQ(m_store->GetFileRecord(11, nullptr), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).GetFileRecord(10, nullptr), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).GetFileRecord(11, nullptr), E_FAIL);
     // Nothing was made for the existence test.
     EXPECT_EQ(CacheSize(), 0u);
 }
@@ -116,7 +117,7 @@ TEST_F(FileStoreReadRows, GetFileRecordOfAMissingRowFailsAndNullsTheOutRecord) {
     RecordPtr other = NewRecord();
     ASSERT_TRUE(other);
     IZanDB4FileDBRecord* out = other.Get();
-    EXPECT_EQ(m_store->GetFileRecord(11, &out), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).GetFileRecord(11, &out), E_FAIL);
     EXPECT_EQ(out, nullptr);
     // What the out pointer held before is not released.
     EXPECT_EQ(Count(other.Get()), 1);
@@ -125,7 +126,7 @@ TEST_F(FileStoreReadRows, GetFileRecordOfAMissingRowFailsAndNullsTheOutRecord) {
 
 TEST_F(FileStoreReadRows, GetFileRecordOnAnEmptyCatalogueFails) {
     IZanDB4FileDBRecord* out = nullptr;
-    EXPECT_EQ(m_store->GetFileRecord(10, &out), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).GetFileRecord(10, &out), E_FAIL);
     EXPECT_EQ(out, nullptr);
 }
 
@@ -135,7 +136,7 @@ TEST_F(FileStoreReadRows, GetFileRecordHandsOutTheCachedRecordWithANewReference)
     ASSERT_TRUE(cached);
     ASSERT_EQ(Count(cached.Get()), 2);
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->GetFileRecord(10, &raw), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, &raw), S_OK);
     RecordPtr found = RecordPtr::Adopt(raw);
     EXPECT_EQ(found.Get(), cached.Get());
     EXPECT_EQ(Count(cached.Get()), 3);
@@ -151,7 +152,7 @@ TEST_F(FileStoreReadRows, RecordFromRowWithoutAStatementIsInvalidAndZeroesBothOu
     ASSERT_TRUE(other);
     uint64_t id = 77;
     IZanDB4FileDBRecord* out = other.Get();
-    EXPECT_EQ(m_store->RecordFromRow(&id, &out, nullptr, kLoadAll), E_INVALIDARG);
+    EXPECT_EQ(FileTableRows(*m_store).RecordFromRow(&id, &out, nullptr, kLoadAll), E_INVALIDARG);
     EXPECT_EQ(id, 0u);
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(Count(other.Get()), 1);
@@ -163,7 +164,7 @@ TEST_F(FileStoreReadRows, RecordFromShortRowWithoutAStatementIsInvalidAndZeroesB
     ASSERT_TRUE(other);
     uint64_t id = 77;
     IZanDB4FileDBRecord* out = other.Get();
-    EXPECT_EQ(m_store->RecordFromShortRow(&id, &out, nullptr, kLoadShort), E_INVALIDARG);
+    EXPECT_EQ(FileTableRows(*m_store).RecordFromShortRow(&id, &out, nullptr, kLoadShort), E_INVALIDARG);
     EXPECT_EQ(id, 0u);
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(Count(other.Get()), 1);
@@ -174,7 +175,7 @@ TEST_F(FileStoreReadRows, RecordFromRowWithoutOutputsStillAnswersOk) {
     InsertFileRow(FileRow{});
     SteppedRow row(m_store->m_db, file_record_test::kSelectFullRow, 10);
     ASSERT_TRUE(row.HasRow());
-    EXPECT_EQ(m_store->RecordFromRow(nullptr, nullptr, &row.Row(), kLoadAll), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).RecordFromRow(nullptr, nullptr, &row.Row(), kLoadAll), S_OK);
     EXPECT_EQ(CacheSize(), 0u);
 }
 
@@ -186,7 +187,7 @@ TEST_F(FileStoreReadRows, RecordFromRowInModeZeroMakesARecordThatKnowsEveryColum
     ASSERT_TRUE(row.HasRow());
     uint64_t id = 0;
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->RecordFromRow(&id, &raw, &row.Row(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).RecordFromRow(&id, &raw, &row.Row(), kLoadAll), S_OK);
     ASSERT_NE(raw, nullptr);
     RecordPtr record = RecordPtr::Adopt(raw);
     EXPECT_EQ(id, 10u);
@@ -205,7 +206,7 @@ TEST_F(FileStoreReadRows, RecordFromRowInModeTwoReadsTheReducedFieldsOnly) {
     SteppedRow row(m_store->m_db, file_record_test::kSelectFullRow, 10);
     ASSERT_TRUE(row.HasRow());
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->RecordFromRow(nullptr, &raw, &row.Row(), kLoadShort), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).RecordFromRow(nullptr, &raw, &row.Row(), kLoadShort), S_OK);
     RecordPtr record = RecordPtr::Adopt(raw);
     ASSERT_TRUE(record);
     EXPECT_EQ(Known(record.Get()), kReducedKnown);
@@ -220,7 +221,7 @@ TEST_F(FileStoreReadRows, RecordFromRowInModeOneMakesARecordThatKnowsNothing) {
     ASSERT_TRUE(row.HasRow());
     uint64_t id = 0;
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->RecordFromRow(&id, &raw, &row.Row(), kLoadNothing), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).RecordFromRow(&id, &raw, &row.Row(), kLoadNothing), S_OK);
     RecordPtr record = RecordPtr::Adopt(raw);
     ASSERT_TRUE(record);
     EXPECT_EQ(id, 10u);
@@ -244,7 +245,7 @@ TEST_F(FileStoreReadRows, RecordFromRowWithoutAnOutRecordMakesNothingWhenNothing
     SteppedRow row(m_store->m_db, file_record_test::kSelectFullRow, 10);
     ASSERT_TRUE(row.HasRow());
     uint64_t id = 0;
-    EXPECT_EQ(m_store->RecordFromRow(&id, nullptr, &row.Row(), kLoadAll), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).RecordFromRow(&id, nullptr, &row.Row(), kLoadAll), S_OK);
     EXPECT_EQ(id, 10u);
     EXPECT_EQ(CacheSize(), 0u);
     EXPECT_EQ(CacheFind(10), nullptr);
@@ -259,7 +260,7 @@ TEST_F(FileStoreReadRows, RecordFromRowHandsOutTheCachedRecordWithOneMoreReferen
     SteppedRow row(m_store->m_db, file_record_test::kSelectFullRow, 10);
     ASSERT_TRUE(row.HasRow());
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->RecordFromRow(nullptr, &raw, &row.Row(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).RecordFromRow(nullptr, &raw, &row.Row(), kLoadAll), S_OK);
     RecordPtr found = RecordPtr::Adopt(raw);
     EXPECT_EQ(found.Get(), cached.Get());
     EXPECT_EQ(Count(cached.Get()), 3);
@@ -274,7 +275,7 @@ TEST_F(FileStoreReadRows, RecordFromRowInModeOneDoesNotRefreshACachedRecord) {
     SteppedRow row(m_store->m_db, file_record_test::kSelectFullRow, 10);
     ASSERT_TRUE(row.HasRow());
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->RecordFromRow(nullptr, &raw, &row.Row(), kLoadNothing), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).RecordFromRow(nullptr, &raw, &row.Row(), kLoadNothing), S_OK);
     RecordPtr found = RecordPtr::Adopt(raw);
     EXPECT_EQ(found.Get(), cached.Get());
     EXPECT_EQ(Count(cached.Get()), 3);
@@ -291,7 +292,7 @@ TEST_F(FileStoreReadRows, RecordFromRowWithoutAnOutRecordStillRefreshesACachedRe
     SteppedRow row(m_store->m_db, file_record_test::kSelectFullRow, 10);
     ASSERT_TRUE(row.HasRow());
     uint64_t id = 0;
-    EXPECT_EQ(m_store->RecordFromRow(&id, nullptr, &row.Row(), kLoadAll), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).RecordFromRow(&id, nullptr, &row.Row(), kLoadAll), S_OK);
     EXPECT_EQ(id, 10u);
     // The reference Find took is given back at once.
     EXPECT_EQ(Count(cached.Get()), 2);
@@ -307,7 +308,7 @@ TEST_F(FileStoreReadRows, RecordFromShortRowInModeTwoFillsTheReducedFieldsFromTh
     ASSERT_TRUE(row.HasRow());
     uint64_t id = 0;
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->RecordFromShortRow(&id, &raw, &row.Row(), kLoadShort), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).RecordFromShortRow(&id, &raw, &row.Row(), kLoadShort), S_OK);
     RecordPtr record = RecordPtr::Adopt(raw);
     ASSERT_TRUE(record);
     EXPECT_EQ(id, 10u);
@@ -363,7 +364,7 @@ TEST_F(FileStoreReadRows, RecordFromShortRowInModeZeroReadsEveryShortColumnAndKe
     SteppedRow row(m_store->m_db, file_record_test::kSelectShortRow, 10);
     ASSERT_TRUE(row.HasRow());
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->RecordFromShortRow(nullptr, &raw, &row.Row(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).RecordFromShortRow(nullptr, &raw, &row.Row(), kLoadAll), S_OK);
     RecordPtr record = RecordPtr::Adopt(raw);
     ASSERT_TRUE(record);
     // Everything the short list has; name, attributes and did_detect_face are
@@ -379,7 +380,7 @@ TEST_F(FileStoreReadRows, FullReadKeepsTheLowEightBitsOfTheClass) {
     values.classifyId = 0x105;
     InsertFileRow(values);
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->GetFileRecord(10, &raw), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, &raw), S_OK);
     RecordPtr record = RecordPtr::Adopt(raw);
     uint8_t classify = 0;
     EXPECT_EQ(record->GetClassifyID(&classify), S_OK);
@@ -391,7 +392,7 @@ TEST_F(FileStoreReadRows, RecordFromShortRowInModeOneMakesARecordThatKnowsNothin
     SteppedRow row(m_store->m_db, file_record_test::kSelectShortRow, 10);
     ASSERT_TRUE(row.HasRow());
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->RecordFromShortRow(nullptr, &raw, &row.Row(), kLoadNothing), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).RecordFromShortRow(nullptr, &raw, &row.Row(), kLoadNothing), S_OK);
     RecordPtr record = RecordPtr::Adopt(raw);
     ASSERT_TRUE(record);
     EXPECT_EQ(IdOf(record.Get()), 10u);
@@ -406,7 +407,7 @@ TEST_F(FileStoreReadRows, RecordFromShortRowHandsOutAndRefreshesTheCachedRecord)
     SteppedRow row(m_store->m_db, file_record_test::kSelectShortRow, 10);
     ASSERT_TRUE(row.HasRow());
     IZanDB4FileDBRecord* raw = nullptr;
-    ASSERT_EQ(m_store->RecordFromShortRow(nullptr, &raw, &row.Row(), kLoadShort), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).RecordFromShortRow(nullptr, &raw, &row.Row(), kLoadShort), S_OK);
     RecordPtr found = RecordPtr::Adopt(raw);
     EXPECT_EQ(found.Get(), cached.Get());
     EXPECT_EQ(Count(cached.Get()), 3);
@@ -418,7 +419,7 @@ TEST_F(FileStoreReadRows, RecordFromShortRowWithoutAnOutRecordMakesNothingWhenNo
     SteppedRow row(m_store->m_db, file_record_test::kSelectShortRow, 10);
     ASSERT_TRUE(row.HasRow());
     uint64_t id = 0;
-    EXPECT_EQ(m_store->RecordFromShortRow(&id, nullptr, &row.Row(), kLoadShort), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).RecordFromShortRow(&id, nullptr, &row.Row(), kLoadShort), S_OK);
     EXPECT_EQ(id, 10u);
     EXPECT_EQ(CacheSize(), 0u);
 }

@@ -5,6 +5,7 @@
 // the row into it only as far as the record knows none of the requested
 // fields, so a client's change survives, and so does a partial record stay
 // partial.
+#include "catalogue/file_rows.h"
 #include "file_store_read_fixture.h"
 
 namespace file_store_read_test {
@@ -14,7 +15,7 @@ class FileStoreSharedRecord : public FileStoreReadTest {
 protected:
     RecordPtr Get(uint64_t fileId) {
         IZanDB4FileDBRecord* raw = nullptr;
-        EXPECT_EQ(m_store->GetFileRecord(fileId, &raw), S_OK);
+        EXPECT_EQ(FileTableRows(*m_store).GetFileRecord(fileId, &raw), S_OK);
         return RecordPtr::Adopt(raw);
     }
 };
@@ -24,7 +25,7 @@ TEST_F(FileStoreSharedRecord, TwoSearchesThatFindOneFileGiveOneObjectWithAShared
     RecordPtr first = Get(10);
     ASSERT_TRUE(first);
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, files.List(), kLoadAll), S_OK);
     ASSERT_EQ(files.List().GetCount(), 1);
     IZanDB4FileDBRecord* second = Entries(files.List())[0];
     EXPECT_EQ(second, first.Get());
@@ -49,13 +50,13 @@ TEST_F(FileStoreSharedRecord, ReleasingTheLastClientReferenceTakesTheRecordOutOf
     file_record_test::MetaPtr watch = NewMetaRecord();
     ASSERT_TRUE(watch);
     IZanDB4FileDBRecord* first = nullptr;
-    ASSERT_EQ(m_store->GetFileRecord(10, &first), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, &first), S_OK);
     ASSERT_NE(first, nullptr);
     // The record holds a reference on the watch until it is destroyed.
     ASSERT_EQ(first->AttachMetaRecord(watch.Get()), S_OK);
     ASSERT_EQ(file_record_test::MetaCount(watch.Get()), 2);
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFilesByDate(file_record_test::MakeTime(2021, 1, 1, 0, 0, 0),
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesByDate(file_record_test::MakeTime(2021, 1, 1, 0, 0, 0),
                                        file_record_test::MakeTime(2021, 12, 31, 0, 0, 0), 0, files.List(),
                                        kLoadAll),
               S_OK);
@@ -84,11 +85,11 @@ TEST_F(FileStoreSharedRecord, DeletingTheRowZeroesTheIdOfARecordAClientStillHold
     ASSERT_TRUE(held);
     ASSERT_EQ(Count(held.Get()), 2);
 
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     EXPECT_EQ(IdOf(held.Get()), 0u);
     EXPECT_EQ(Count(held.Get()), 1);
     EXPECT_EQ(CacheSize(), 0u);
-    EXPECT_EQ(m_store->GetFileRecord(10, nullptr), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).GetFileRecord(10, nullptr), E_FAIL);
 
     // The record keeps what it held.
     uint32_t format = 0;
@@ -109,7 +110,7 @@ TEST_F(FileStoreSharedRecord, RefreshFromARowKeepsAFieldAClientChangedAndReadsNo
     Exec("UPDATE file_table SET manage=1, file_format=9 WHERE file_id=10");
 
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, files.List(), kLoadAll), S_OK);
     ASSERT_EQ(files.List().GetCount(), 1);
     EXPECT_EQ(Entries(files.List())[0], held.Get());
     uint32_t seen = 0;
@@ -132,7 +133,7 @@ TEST_F(FileStoreSharedRecord, ARecordThatKnowsOneFieldIsNotFilledByALaterSearch)
     ASSERT_EQ(Known(held.Get()), file_record_test::kManageBit);
 
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, files.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, files.List(), kLoadAll), S_OK);
     ASSERT_EQ(files.List().GetCount(), 1);
     EXPECT_EQ(Entries(files.List())[0], held.Get());
     EXPECT_EQ(Count(held.Get()), 3);
@@ -155,13 +156,13 @@ TEST_F(FileStoreSharedRecord, ARecordThatKnowsOneFieldIsNotFilledByALaterSearch)
 TEST_F(FileStoreSharedRecord, ARecordReadInTheReducedModeIsNotCompletedByAFullSearch) {
     InsertFileRow(FileRow{});
     OwnedFiles reduced;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, reduced.List(), kLoadShort), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, reduced.List(), kLoadShort), S_OK);
     ASSERT_EQ(reduced.List().GetCount(), 1);
     IZanDB4FileDBRecord* record = Entries(reduced.List())[0];
     ASSERT_EQ(Known(record), kReducedKnown);
 
     OwnedFiles full;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, full.List(), kLoadAll), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, full.List(), kLoadAll), S_OK);
     ASSERT_EQ(full.List().GetCount(), 1);
     EXPECT_EQ(Entries(full.List())[0], record);
     EXPECT_EQ(Count(record), 3);
@@ -171,7 +172,7 @@ TEST_F(FileStoreSharedRecord, ARecordReadInTheReducedModeIsNotCompletedByAFullSe
 TEST_F(FileStoreSharedRecord, ARecordMadeInModeOneIsFilledByALaterFullSearch) {
     InsertFileRow(FileRow{});
     OwnedFiles bare;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, bare.List(), kLoadNothing), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, bare.List(), kLoadNothing), S_OK);
     ASSERT_EQ(bare.List().GetCount(), 1);
     IZanDB4FileDBRecord* record = Entries(bare.List())[0];
     ASSERT_EQ(Known(record), 0u);
@@ -193,7 +194,7 @@ TEST_F(FileStoreSharedRecord, AModeOneSearchHandsOutTheLiveRecordAsItStands) {
     const uint32_t format = 12;
     ASSERT_EQ(held->SetFileFormat(&format), S_OK);
     OwnedFiles files;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, files.List(), kLoadNothing), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, files.List(), kLoadNothing), S_OK);
     ASSERT_EQ(files.List().GetCount(), 1);
     EXPECT_EQ(Entries(files.List())[0], held.Get());
     EXPECT_EQ(Known(held.Get()), kAllFieldsKnown);
@@ -206,10 +207,10 @@ TEST_F(FileStoreSharedRecord, EveryListOfOneSearchHoldsItsOwnReference) {
     InsertFileRow(FileRow{});
     InsertPersonFace(100, 10, 5, 0);
     OwnedFiles byIndividual;
-    ASSERT_EQ(m_store->ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, byIndividual.List(), kLoadAll, nullptr),
+    ASSERT_EQ(FileTableRows(*m_store).ListFilesOfIndividual(5, CSQLiteFileBasicDB::kPerson, byIndividual.List(), kLoadAll, nullptr),
               S_OK);
     OwnedFiles all;
-    ASSERT_EQ(m_store->ListFiles(nullptr, 0, all.List(), kLoadShort), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 0, all.List(), kLoadShort), S_OK);
     ASSERT_EQ(byIndividual.List().GetCount(), 1);
     ASSERT_EQ(all.List().GetCount(), 1);
     IZanDB4FileDBRecord* record = Entries(all.List())[0];

@@ -3,6 +3,8 @@
 // album and the individuals of the faces are noted for their recounts, a
 // record still held by a client loses its id, and the id is not given back
 // to the pool. The neighbour file's rows must stay untouched throughout.
+#include "faces/face_rows.h"
+#include "catalogue/file_rows.h"
 #include "file_store_write_fixture.h"
 
 namespace file_store_write_test {
@@ -41,7 +43,7 @@ protected:
 };
 
 TEST_F(FileStoreWriteDelete, RowAndEverythingOnItGo) {
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     EXPECT_EQ(Ids("SELECT file_id FROM file_table ORDER BY file_id"), (std::vector<uint64_t>{11}));
     EXPECT_EQ(Ids("SELECT file_id FROM meta_table ORDER BY file_id"), (std::vector<uint64_t>{11}));
     EXPECT_EQ(Disk("SELECT tag_id, file_id FROM tag_file_table ORDER BY rowid"), (Rows{{"5", "11"}}));
@@ -53,48 +55,48 @@ TEST_F(FileStoreWriteDelete, RowAndEverythingOnItGo) {
 TEST_F(FileStoreWriteDelete, NeighbourRowIsUnchanged) {
     CommitStore();
     Rows before = Disk("SELECT * FROM file_table WHERE file_id=11");
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     CommitStore();
     EXPECT_EQ(Disk("SELECT * FROM file_table WHERE file_id=11"), before);
 }
 
 TEST_F(FileStoreWriteDelete, AlbumAndIndividualsAreNotedForTheirRecounts) {
     ASSERT_TRUE(AlbumRecount().empty());
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{42}));
-    EXPECT_EQ(m_store->m_personRecount, (std::set<uint64_t>{7, 8}));
-    EXPECT_EQ(m_store->m_petRecount, (std::set<uint64_t>{3}));
+    EXPECT_EQ(m_store->PersonRecounts(), (std::set<uint64_t>{7, 8}));
+    EXPECT_EQ(m_store->PetRecounts(), (std::set<uint64_t>{3}));
 }
 
 TEST_F(FileStoreWriteDelete, RowIsGoneOnlyAfterTheCommit) {
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     EXPECT_EQ(Disk("SELECT COUNT(*) FROM file_table"), (Rows{{"2"}}));
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM file_table"), 1);
 }
 
 TEST_F(FileStoreWriteDelete, UnknownIdSucceedsAndTouchesNothing) {
     int changesBefore = TotalChanges();
-    EXPECT_EQ(m_store->DeleteFileRow(999), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).DeleteFileRow(999), S_OK);
     EXPECT_EQ(TotalChanges(), changesBefore);
     EXPECT_TRUE(AlbumRecount().empty());
-    EXPECT_TRUE(m_store->m_personRecount.empty());
-    EXPECT_TRUE(m_store->m_petRecount.empty());
+    EXPECT_TRUE(m_store->PersonRecounts().empty());
+    EXPECT_TRUE(m_store->PetRecounts().empty());
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM file_table"), 2);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM tag_file_table"), 3);
 }
 
 TEST_F(FileStoreWriteDelete, FileWithoutAlbumNotesNone) {
     Exec("UPDATE file_table SET album_id=0 WHERE file_id=10");
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     EXPECT_TRUE(AlbumRecount().empty());
 }
 
 TEST_F(FileStoreWriteDelete, HeldRecordLosesItsIdAndLeavesTheCache) {
     RecordPtr held;
-    ASSERT_EQ(m_store->GetFileRecord(10, held.Receive()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, held.Receive()), S_OK);
     ASSERT_EQ(CacheSize(), 1u);
     ASSERT_EQ(Count(held.Get()), 2);
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     uint64_t id = 99;
     EXPECT_EQ(held->GetFileID(&id), S_OK);
     EXPECT_EQ(id, 0u);
@@ -106,11 +108,11 @@ TEST_F(FileStoreWriteDelete, HeldRecordLosesItsIdAndLeavesTheCache) {
 
 TEST_F(FileStoreWriteDelete, ANewRowUnderTheSameIdGetsANewRecord) {
     RecordPtr held;
-    ASSERT_EQ(m_store->GetFileRecord(10, held.Receive()), S_OK);
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, held.Receive()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     InsertFileRow(FileRow{});
     RecordPtr fresh;
-    ASSERT_EQ(m_store->GetFileRecord(10, fresh.Receive()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, fresh.Receive()), S_OK);
     EXPECT_NE(fresh.Get(), held.Get());
 }
 
@@ -118,7 +120,7 @@ TEST_F(FileStoreWriteDelete, IdIsNotPooled) {
     CommitStore();
     Rows pooled = Disk("SELECT id_type, pooled_id FROM pooled_id_table ORDER BY rowid");
     Rows last = Disk("SELECT id_type, last_id FROM last_id_table ORDER BY rowid");
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     CommitStore();
     EXPECT_EQ(Disk("SELECT id_type, pooled_id FROM pooled_id_table ORDER BY rowid"), pooled);
     EXPECT_EQ(Disk("SELECT id_type, last_id FROM last_id_table ORDER BY rowid"), last);
@@ -126,8 +128,8 @@ TEST_F(FileStoreWriteDelete, IdIsNotPooled) {
 }
 
 TEST_F(FileStoreWriteDelete, SecondDeleteOfTheSameIdIsHarmless) {
-    ASSERT_EQ(m_store->DeleteFileRow(10), S_OK);
-    EXPECT_EQ(m_store->DeleteFileRow(10), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).DeleteFileRow(10), S_OK);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM file_table"), 1);
 }
 
@@ -135,8 +137,8 @@ TEST_F(FileStoreWriteDelete, MissingTagTableFailsAndKeepsTheRow) {
     // The tag links decide: when they cannot be deleted, the row stays.
     Exec("ALTER TABLE tag_file_table RENAME TO tag_file_table_away");
     RecordPtr held;
-    ASSERT_EQ(m_store->GetFileRecord(10, held.Receive()), S_OK);
-    EXPECT_EQ(m_store->DeleteFileRow(10), E_FAIL);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, held.Receive()), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).DeleteFileRow(10), E_FAIL);
     uint64_t id = 0;
     held->GetFileID(&id);
     EXPECT_EQ(id, 10u);
@@ -149,27 +151,27 @@ TEST_F(FileStoreWriteDelete, MissingTagTableFailsAndKeepsTheRow) {
 using FileStoreWriteDeleteFaces = FileStoreWriteDelete;
 
 TEST_F(FileStoreWriteDeleteFaces, DeleteFaceNotesItsIndividual) {
-    EXPECT_EQ(m_store->DeleteFace(101, CSQLiteFileBasicDB::kPerson), S_OK);
-    EXPECT_EQ(m_store->m_personRecount, (std::set<uint64_t>{8}));
-    EXPECT_TRUE(m_store->m_petRecount.empty());
+    EXPECT_EQ(FaceTableRows(*m_store).DeleteFace(101, CSQLiteFileBasicDB::kPerson), S_OK);
+    EXPECT_EQ(m_store->PersonRecounts(), (std::set<uint64_t>{8}));
+    EXPECT_TRUE(m_store->PetRecounts().empty());
     EXPECT_EQ(Ids("SELECT person_face_id FROM person_face_table ORDER BY 1"), (std::vector<uint64_t>{100, 102}));
 }
 
 TEST_F(FileStoreWriteDeleteFaces, DeleteOfAMissingFaceSucceedsAndNotesNothing) {
-    EXPECT_EQ(m_store->DeleteFace(555, CSQLiteFileBasicDB::kPet), S_OK);
-    EXPECT_TRUE(m_store->m_petRecount.empty());
+    EXPECT_EQ(FaceTableRows(*m_store).DeleteFace(555, CSQLiteFileBasicDB::kPet), S_OK);
+    EXPECT_TRUE(m_store->PetRecounts().empty());
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM pet_face_table"), 2);
 }
 
 TEST_F(FileStoreWriteDeleteFaces, DeleteFaceRefusesAnotherType) {
-    EXPECT_EQ(m_store->DeleteFace(100, 3), E_INVALIDARG);
+    EXPECT_EQ(FaceTableRows(*m_store).DeleteFace(100, 3), E_INVALIDARG);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM person_face_table"), 3);
 }
 
 TEST_F(FileStoreWriteDeleteFaces, FacesOfAFileGoForBothTypes) {
-    EXPECT_EQ(m_store->DeleteFacesOfFile(11), S_OK);
-    EXPECT_EQ(m_store->m_personRecount, (std::set<uint64_t>{9}));
-    EXPECT_EQ(m_store->m_petRecount, (std::set<uint64_t>{4}));
+    EXPECT_EQ(FaceTableRows(*m_store).DeleteFacesOfFile(11), S_OK);
+    EXPECT_EQ(m_store->PersonRecounts(), (std::set<uint64_t>{9}));
+    EXPECT_EQ(m_store->PetRecounts(), (std::set<uint64_t>{4}));
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM person_face_table WHERE file_id=11"), 0);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM pet_face_table WHERE file_id=11"), 0);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM person_face_table WHERE file_id=10"), 2);

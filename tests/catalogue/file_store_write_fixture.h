@@ -231,7 +231,7 @@ protected:
 
     void AddTag(IZanDB4FileDBRecord* record, uint64_t tagId) { EXPECT_EQ(record->AddTag(&tagId), S_OK); }
 
-    std::set<uint64_t>& AlbumRecount() { return m_store->m_albumRecount; }
+    const std::set<uint64_t>& AlbumRecount() { return m_store->AlbumRecounts(); }
 };
 
 }  // namespace file_store_write_test

@@ -2,6 +2,7 @@
 // a row of its own, made from a source record's values with a marker path,
 // no volume and manage 2; SetParentOfFiles then gives each child the group
 // as its parent, in the rows and in any record a client still holds.
+#include "catalogue/file_rows.h"
 #include "file_store_write_fixture.h"
 
 namespace file_store_write_test {
@@ -12,7 +13,7 @@ constexpr uint32_t kParentBit = file_record_test::kParentBit;
 using FileStoreWriteItemGroup = FileStoreWriteTest;
 
 TEST_F(FileStoreWriteItemGroup, NullSourceIsRefused) {
-    EXPECT_EQ(m_store->AddItemGroupFile(1234, nullptr), E_INVALIDARG);
+    EXPECT_EQ(FileTableRows(*m_store).AddItemGroupFile(1234, nullptr), E_INVALIDARG);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM file_table"), 0);
 }
 
@@ -26,7 +27,7 @@ TEST_F(FileStoreWriteItemGroup, RowHasTheMarkerPathAndTheSourcesValues) {
     values.manage = 1;    // the group's is 2
     values.parentId = 5;  // the group has none
     RecordPtr source = MakeRecord(values);
-    ASSERT_EQ(m_store->AddItemGroupFile(1234, source.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).AddItemGroupFile(1234, source.Get()), S_OK);
 
     RecordValues group = values;
     group.fileId = 1234;
@@ -48,7 +49,7 @@ TEST_F(FileStoreWriteItemGroup, SourceTakesTheNewIdWithItsMasksCleared) {
     MetaPtr meta = MakeMeta(10, "m");
     ASSERT_EQ(source->AttachMetaRecord(meta.Get()), S_OK);
     ASSERT_NE(Changed(source.Get()), 0u);
-    ASSERT_EQ(m_store->AddItemGroupFile(1234, source.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).AddItemGroupFile(1234, source.Get()), S_OK);
     uint64_t id = 0;
     EXPECT_EQ(source->GetFileID(&id), S_OK);
     EXPECT_EQ(id, 1234u);
@@ -58,7 +59,7 @@ TEST_F(FileStoreWriteItemGroup, SourceTakesTheNewIdWithItsMasksCleared) {
 TEST_F(FileStoreWriteItemGroup, SourceKeepsItsReferenceCountAndStaysOutOfTheCache) {
     RecordPtr source = MakeRecord(RecordValues{});
     ASSERT_EQ(Count(source.Get()), 1);
-    ASSERT_EQ(m_store->AddItemGroupFile(1234, source.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).AddItemGroupFile(1234, source.Get()), S_OK);
     EXPECT_EQ(Count(source.Get()), 1);
     EXPECT_EQ(CacheSize(), 0u);
 }
@@ -69,15 +70,15 @@ TEST_F(FileStoreWriteItemGroup, TagsAndMetadataOfTheSourceAreCopied) {
     AddTag(source.Get(), 2);
     MetaPtr meta = MakeMeta(5555, "group-cam");
     ASSERT_EQ(source->AttachMetaRecord(meta.Get()), S_OK);
-    ASSERT_EQ(m_store->AddItemGroupFile(1234, source.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).AddItemGroupFile(1234, source.Get()), S_OK);
     EXPECT_EQ(CommittedTagsOf(1234), (std::vector<uint64_t>{2, 8}));
     EXPECT_EQ(Disk("SELECT file_id, file_size, model_name FROM meta_table"), (Rows{{"1234", "5555", "group-cam"}}));
 }
 
 TEST_F(FileStoreWriteItemGroup, AlbumIsNotedForItsRecount) {
     RecordPtr source = MakeRecord(RecordValues{});
-    AlbumRecount().clear();
-    ASSERT_EQ(m_store->AddItemGroupFile(1234, source.Get()), S_OK);
+    m_store->ForgetRecounts();
+    ASSERT_EQ(FileTableRows(*m_store).AddItemGroupFile(1234, source.Get()), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{42}));
 }
 
@@ -87,7 +88,7 @@ TEST_F(FileStoreWriteItemGroup, SourceStandingForARowIsReadThroughItsGetters) {
     // has not read it gives 0 although the row says 1.
     InsertFileRow(FileRow{});
     RecordPtr source = RecordFor(10);
-    ASSERT_EQ(m_store->AddItemGroupFile(500, source.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).AddItemGroupFile(500, source.Get()), S_OK);
     std::vector<std::string> row = CommittedFileRow(500);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     std::vector<std::string> original = CommittedFileRow(10);
@@ -117,8 +118,8 @@ TEST_F(FileStoreWriteItemGroup, TakenIdFailsAndLeavesTheSourceAlone) {
     RecordPtr source = MakeRecord(values);
     AddTag(source.Get(), 6);
     uint32_t mask = Changed(source.Get());
-    AlbumRecount().clear();
-    EXPECT_EQ(m_store->AddItemGroupFile(10, source.Get()), E_FAIL);
+    m_store->ForgetRecounts();
+    EXPECT_EQ(FileTableRows(*m_store).AddItemGroupFile(10, source.Get()), E_FAIL);
     uint64_t id = 99;
     source->GetFileID(&id);
     EXPECT_EQ(id, 0u);
@@ -132,8 +133,8 @@ TEST_F(FileStoreWriteItemGroup, TakenIdFailsAndLeavesTheSourceAlone) {
 TEST_F(FileStoreWriteItemGroup, TwoGroupsHaveTwoKeys) {
     RecordPtr first = MakeRecord(RecordValues{});
     RecordPtr second = MakeRecord(RecordValues{});
-    ASSERT_EQ(m_store->AddItemGroupFile(1, first.Get()), S_OK);
-    EXPECT_EQ(m_store->AddItemGroupFile(2, second.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).AddItemGroupFile(1, first.Get()), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).AddItemGroupFile(2, second.Get()), S_OK);
     CommitStore();
     EXPECT_EQ(Disk("SELECT path_key FROM file_table ORDER BY file_id"),
               (Rows{{":ITEM_GROUP:1_0"}, {":ITEM_GROUP:2_0"}}));
@@ -160,7 +161,7 @@ protected:
     HRESULT SetParent(std::initializer_list<uint64_t> fileIds, uint64_t parentId, const CZanTDateTime& date) {
         CZanTArray<uint64_t> array;
         for (uint64_t id : fileIds) array.Add(id);
-        return m_store->SetParentOfFiles(array, parentId, date);
+        return FileTableRows(*m_store).SetParentOfFiles(array, parentId, date);
     }
 
     Rows m_before;
@@ -182,7 +183,7 @@ TEST_F(FileStoreWriteSetParent, EveryListedFileGetsTheParentAndItsDate) {
 
 TEST_F(FileStoreWriteSetParent, ClientHoldingAChildSeesTheNewParent) {
     RecordPtr held;
-    ASSERT_EQ(m_store->GetFileRecord(11, held.Receive()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(11, held.Receive()), S_OK);
     uint64_t parent = 0;
     ASSERT_EQ(held->GetParent(&parent, nullptr), S_OK);
     ASSERT_EQ(parent, 9u);
@@ -201,7 +202,7 @@ TEST_F(FileStoreWriteSetParent, ClientHoldingAChildSeesTheNewParent) {
 
 TEST_F(FileStoreWriteSetParent, RecordsOfUnlistedFilesAreNotTouched) {
     RecordPtr held;
-    ASSERT_EQ(m_store->GetFileRecord(12, held.Receive()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(12, held.Receive()), S_OK);
     ASSERT_EQ(SetParent({10}, 77, CZanTDateTime(m_date)), S_OK);
     uint64_t parent = 0;
     held->GetParent(&parent, nullptr);
@@ -237,11 +238,11 @@ TEST_F(FileStoreWriteSetParent, ParentZeroWritesTheCarriersDateNotTheFiles) {
 
 TEST_F(FileStoreWriteSetParent, GroupAndChildrenTogether) {
     RecordPtr source;
-    ASSERT_EQ(m_store->GetFileRecord(10, source.Receive()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, source.Receive()), S_OK);
     RecordPtr group = NewRecord();
     int64_t date = m_packed;
     ASSERT_EQ(group->SetShootingDateValue(&date), S_OK);
-    ASSERT_EQ(m_store->AddItemGroupFile(500, group.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).AddItemGroupFile(500, group.Get()), S_OK);
     ASSERT_EQ(SetParent({10, 11}, 500, CZanTDateTime(m_packed)), S_OK);
     CommitStore();
     EXPECT_EQ(Disk("SELECT file_id, manage, parent_id, parent_shooting_date FROM file_table ORDER BY file_id"),

@@ -6,6 +6,8 @@
 // metadata row of a record, and the record joining the record cache.
 #include <clocale>
 
+#include "catalogue/file_table.h"
+#include "catalogue/file_rows.h"
 #include "../frame/foundation_locale_guard.h"
 #include "file_store_write_fixture.h"
 
@@ -20,7 +22,7 @@ using FileStoreWriteInsertRow = FileStoreWriteTest;
 TEST_F(FileStoreWriteInsert, EveryColumnReachesTheDiskAsBound) {
     RecordValues values;
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_EQ(CommittedFileRow(77), ExpectedRow(values));
     Rows types = Disk(
         "SELECT typeof(file_path), typeof(disk_vsn), typeof(path_key), typeof(shooting_date), typeof(gps_latitude), "
@@ -30,7 +32,7 @@ TEST_F(FileStoreWriteInsert, EveryColumnReachesTheDiskAsBound) {
 
 TEST_F(FileStoreWriteInsert, RowIsOnlyOnDiskAfterTheCommit) {
     RecordPtr record = MakeRecord(RecordValues{});
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_TRUE(Disk("SELECT file_id FROM file_table").empty());
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM file_table"), 1);
 }
@@ -42,7 +44,7 @@ TEST_F(FileStoreWriteInsert, CoordinatesAreTheFloatValuesWidened) {
     values.latitude = 35.6812f;
     values.longitude = 139.7671f;
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     CommitStore();
     EXPECT_EQ(DiskReal("SELECT gps_latitude FROM file_table"), static_cast<double>(35.6812f));
     EXPECT_EQ(DiskReal("SELECT gps_longitude FROM file_table"), static_cast<double>(139.7671f));
@@ -56,7 +58,7 @@ TEST_F(FileStoreWriteInsert, FlagsAreWrittenAsZeroOrOne) {
     values.didDetectFace = 255;
     values.uploadFlag = 2;
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     std::vector<std::string> row = CommittedFileRow(77);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     EXPECT_EQ(row[kDidEdit], "1");
@@ -70,7 +72,7 @@ TEST_F(FileStoreWriteInsert, ThumbnailSizeIsWidthTimes65536PlusHeight) {
     values.width = 1;
     values.height = 2;
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_EQ(CommittedFileRow(77).at(kThumbnailSize), "65538");
 }
 
@@ -79,14 +81,14 @@ TEST_F(FileStoreWriteInsert, ParentDateIsPackedWithoutMilliseconds) {
     values.parentDate = MakeTime(2019, 12, 31, 23, 59, 58, 999);
     values.parentDate.wDayOfWeek = 2;
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     int64_t packed = (int64_t{2019} << 40) + (int64_t{12} << 32) + (int64_t{31} << 24) + (int64_t{23} << 16) +
                      (int64_t{59} << 8) + 58;
     EXPECT_EQ(CommittedFileRow(77).at(kParentShootingDate), Int(packed));
 }
 
 TEST_F(FileStoreWriteInsert, NullRecordIsRefusedBeforeAnyStatement) {
-    EXPECT_EQ(m_store->InsertFileRecord(nullptr), E_INVALIDARG);
+    EXPECT_EQ(FileTableRows(*m_store).InsertFileRecord(nullptr), E_INVALIDARG);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM file_table"), 0);
 }
 
@@ -97,7 +99,7 @@ TEST_F(FileStoreWriteInsert, TrailingSeparatorOfPathAndLeadingOfNameAreDropped) 
     values.path = "/photos/Trip/";
     values.name = "/IMG_0077.JPG";
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     std::vector<std::string> row = CommittedFileRow(77);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     EXPECT_EQ(row[kFilePath], "/photos/Trip");
@@ -110,7 +112,7 @@ TEST_F(FileStoreWriteInsert, OnlyOneSeparatorIsDroppedAtEitherEnd) {
     values.path = "/photos/Trip//";
     values.name = "//IMG.JPG";
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     std::vector<std::string> row = CommittedFileRow(77);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     EXPECT_EQ(row[kFilePath], "/photos/Trip/");
@@ -126,7 +128,7 @@ TEST_F(FileStoreWriteInsert, SeparatorsElsewhereStay) {
     values.path = "/photos//Trip";
     values.name = "sub/dir/IMG.JPG/";
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     std::vector<std::string> row = CommittedFileRow(77);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     EXPECT_EQ(row[kFilePath], "/photos//Trip");
@@ -134,16 +136,16 @@ TEST_F(FileStoreWriteInsert, SeparatorsElsewhereStay) {
 }
 
 TEST_F(FileStoreWriteInsert, KeyIsUpperCasedPathAndSerialInHexWithoutLeadingZeros) {
-    EXPECT_EQ(CSQLiteFileBasicDB::PathKeyOf(W("/Photos/trip"), 0x00AB01).ToUtf8(), "/PHOTOS/TRIP_AB01");
-    EXPECT_EQ(CSQLiteFileBasicDB::PathKeyOf(W("/Photos/trip"), 0).ToUtf8(), "/PHOTOS/TRIP_0");
-    EXPECT_EQ(CSQLiteFileBasicDB::PathKeyOf(W("/Photos/trip"), 0xFFFFFFFF).ToUtf8(), "/PHOTOS/TRIP_FFFFFFFF");
+    EXPECT_EQ(file_table::PathKeyOf(W("/Photos/trip"), 0x00AB01).ToUtf8(), "/PHOTOS/TRIP_AB01");
+    EXPECT_EQ(file_table::PathKeyOf(W("/Photos/trip"), 0).ToUtf8(), "/PHOTOS/TRIP_0");
+    EXPECT_EQ(file_table::PathKeyOf(W("/Photos/trip"), 0xFFFFFFFF).ToUtf8(), "/PHOTOS/TRIP_FFFFFFFF");
     // The file name plays no part, and a path with a trailing separator
     // gives the key of the same path without it.
-    EXPECT_EQ(CSQLiteFileBasicDB::PathKeyOf(W("/Photos/trip/"), 0x10).ToUtf8(), "/PHOTOS/TRIP_10");
-    EXPECT_EQ(CSQLiteFileBasicDB::StoredFilePath(W("/a/b/")).ToUtf8(), "/a/b");
-    EXPECT_EQ(CSQLiteFileBasicDB::StoredFilePath(W("/")).ToUtf8(), "");
-    EXPECT_EQ(CSQLiteFileBasicDB::StoredFileName(W("/x.jpg")).ToUtf8(), "x.jpg");
-    EXPECT_EQ(CSQLiteFileBasicDB::StoredFileName(W("x.jpg/")).ToUtf8(), "x.jpg/");
+    EXPECT_EQ(file_table::PathKeyOf(W("/Photos/trip/"), 0x10).ToUtf8(), "/PHOTOS/TRIP_10");
+    EXPECT_EQ(file_table::StoredFilePath(W("/a/b/")).ToUtf8(), "/a/b");
+    EXPECT_EQ(file_table::StoredFilePath(W("/")).ToUtf8(), "");
+    EXPECT_EQ(file_table::StoredFileName(W("/x.jpg")).ToUtf8(), "x.jpg");
+    EXPECT_EQ(file_table::StoredFileName(W("x.jpg/")).ToUtf8(), "x.jpg/");
 }
 
 TEST_F(FileStoreWriteInsert, SerialAboveTheSignedRangeIsStoredSignedAndKeyedUnsigned) {
@@ -152,7 +154,7 @@ TEST_F(FileStoreWriteInsert, SerialAboveTheSignedRangeIsStoredSignedAndKeyedUnsi
     RecordValues values;
     values.diskVsn = 0x89ABCDEF;
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     std::vector<std::string> row = CommittedFileRow(77);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     EXPECT_EQ(row[kDiskVsn], Int(static_cast<int32_t>(0x89ABCDEFu)));
@@ -165,7 +167,7 @@ TEST_F(FileStoreWriteInsert, SamePathOnSameVolumeFailsWhateverTheCase) {
     first.path = "/photos/trip";
     first.diskVsn = 5;
     RecordPtr one = MakeRecord(first);
-    ASSERT_EQ(m_store->InsertFileRecord(one.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(one.Get()), S_OK);
 
     for (const char* path : {"/photos/trip", "/PHOTOS/Trip", "/Photos/TRIP/"}) {
         SCOPED_TRACE(path);
@@ -175,8 +177,8 @@ TEST_F(FileStoreWriteInsert, SamePathOnSameVolumeFailsWhateverTheCase) {
         second.diskVsn = 5;
         second.name = "other.jpg";  // the name plays no part in the key
         RecordPtr two = MakeRecord(second);
-        AlbumRecount().clear();
-        EXPECT_EQ(m_store->InsertFileRecord(two.Get()), E_FAIL);
+        m_store->ForgetRecounts();
+        EXPECT_EQ(FileTableRows(*m_store).InsertFileRecord(two.Get()), E_FAIL);
         // Nothing that follows a good insert happened.
         EXPECT_TRUE(AlbumRecount().empty());
         EXPECT_EQ(CacheFind(2), nullptr);
@@ -195,8 +197,8 @@ TEST_F(FileStoreWriteInsert, SamePathOnAnotherVolumeIsAnotherFile) {
     second.diskVsn = 6;
     RecordPtr one = MakeRecord(first);
     RecordPtr two = MakeRecord(second);
-    ASSERT_EQ(m_store->InsertFileRecord(one.Get()), S_OK);
-    EXPECT_EQ(m_store->InsertFileRecord(two.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(one.Get()), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).InsertFileRecord(two.Get()), S_OK);
     CommitStore();
     EXPECT_EQ(Disk("SELECT file_id, path_key FROM file_table ORDER BY file_id"),
               (Rows{{"1", "/PHOTOS/TRIP_5"}, {"2", "/PHOTOS/TRIP_6"}}));
@@ -207,7 +209,7 @@ TEST_F(FileStoreWriteInsert, NonAsciiLettersAreUpperCasedInTheKeyAndKeptInThePat
     values.path = "/fotoğraflar/istanbul/Ärger/çiçek/жизнь/σοφία/é\xF0\x90\x90\xA8";  // last: U+10428
     values.diskVsn = 1;
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     std::vector<std::string> row = CommittedFileRow(77);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     EXPECT_EQ(row[kFilePath], values.path);
@@ -224,8 +226,8 @@ TEST_F(FileStoreWriteInsert, KeyDoesNotDependOnTheProcessLocale) {
     values.path = "/pictures/istanbul";
     values.diskVsn = 0xABC;
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
-    EXPECT_EQ(CSQLiteFileBasicDB::PathKeyOf(W("/ii"), 0xab).ToUtf8(), "/II_AB");
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
+    EXPECT_EQ(file_table::PathKeyOf(W("/ii"), 0xab).ToUtf8(), "/II_AB");
     std::vector<std::string> row = CommittedFileRow(77);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     EXPECT_EQ(row[kPathKey], "/PICTURES/ISTANBUL_ABC");
@@ -235,15 +237,15 @@ TEST_F(FileStoreWriteInsert, KeyDoesNotDependOnTheProcessLocale) {
     upper.fileId = 78;
     upper.path = "/PICTURES/ISTANBUL";
     RecordPtr again = MakeRecord(upper);
-    EXPECT_EQ(m_store->InsertFileRecord(again.Get()), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).InsertFileRecord(again.Get()), E_FAIL);
 }
 
 // ---- what follows a good insert ----
 
 TEST_F(FileStoreWriteInsert, AlbumIsNotedForItsRecount) {
     RecordPtr record = MakeRecord(RecordValues{});
-    AlbumRecount().clear();  // the record's own SetAlbumID noted it already
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    m_store->ForgetRecounts();  // the record's own SetAlbumID noted it already
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{42}));
 }
 
@@ -251,21 +253,21 @@ TEST_F(FileStoreWriteInsert, NoAlbumNotesNothing) {
     RecordValues values;
     values.albumId = 0;
     RecordPtr record = MakeRecord(values);
-    AlbumRecount().clear();
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    m_store->ForgetRecounts();
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_TRUE(AlbumRecount().empty());
 }
 
 TEST_F(FileStoreWriteInsert, TagsAreLinkedInAscendingOrder) {
     RecordPtr record = MakeRecord(RecordValues{});
     for (uint64_t tag : {30u, 5u, 17u}) AddTag(record.Get(), tag);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_EQ(CommittedTagsOf(77), (std::vector<uint64_t>{5, 17, 30}));
 }
 
 TEST_F(FileStoreWriteInsert, RecordWithoutTagsLinksNothing) {
     RecordPtr record = MakeRecord(RecordValues{});
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM tag_file_table"), 0);
 }
 
@@ -273,7 +275,7 @@ TEST_F(FileStoreWriteInsert, AttachedMetadataIsWrittenUnderTheFileId) {
     RecordPtr record = MakeRecord(RecordValues{});
     MetaPtr meta = MakeMeta(123456, "model-q");
     ASSERT_EQ(record->AttachMetaRecord(meta.Get()), S_OK);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     CommitStore();
     EXPECT_EQ(Disk("SELECT file_id, file_size, pixel_width, pixel_height, model_name, picture_mode, param_flag "
                    "FROM meta_table"),
@@ -282,7 +284,7 @@ TEST_F(FileStoreWriteInsert, AttachedMetadataIsWrittenUnderTheFileId) {
 
 TEST_F(FileStoreWriteInsert, RecordWithoutMetadataWritesNoMetadataRow) {
     RecordPtr record = MakeRecord(RecordValues{});
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM meta_table"), 0);
 }
 
@@ -290,7 +292,7 @@ TEST_F(FileStoreWriteInsert, RecordJoinsTheCacheWithAReferenceOfItsOwn) {
     RecordPtr record = MakeRecord(RecordValues{});
     ASSERT_EQ(Count(record.Get()), 1);
     ASSERT_EQ(CacheSize(), 0u);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_EQ(Count(record.Get()), 2);
     EXPECT_EQ(CacheSize(), 1u);
     RecordPtr found = RecordPtr::Adopt(CacheFind(77));
@@ -303,9 +305,9 @@ TEST_F(FileStoreWriteInsert, RecordJoinsTheCacheWithAReferenceOfItsOwn) {
 
 TEST_F(FileStoreWriteInsert, ReadOfTheNewRowGivesTheSameObject) {
     RecordPtr record = MakeRecord(RecordValues{});
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     RecordPtr loaded;
-    ASSERT_EQ(m_store->GetFileRecord(77, loaded.Receive()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(77, loaded.Receive()), S_OK);
     EXPECT_EQ(loaded.Get(), record.Get());
     EXPECT_EQ(Count(record.Get()), 3);
 }
@@ -316,8 +318,8 @@ TEST_F(FileStoreWriteInsert, StatementThatDoesNotPrepareStillAnswersOk) {
     Exec("ALTER TABLE file_table RENAME TO file_table_away");
     RecordPtr record = MakeRecord(RecordValues{});
     AddTag(record.Get(), 3);
-    AlbumRecount().clear();
-    EXPECT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    m_store->ForgetRecounts();
+    EXPECT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     EXPECT_TRUE(AlbumRecount().empty());
     EXPECT_EQ(CacheSize(), 0u);
     EXPECT_EQ(Count(record.Get()), 1);
@@ -333,7 +335,7 @@ TEST_F(FileStoreWriteInsert, QuotesPercentSignsAndBackslashesAreStoredByteForByt
     values.path = "/it's \"here\"/100% %s %d/back\\slash\\/";
     values.name = "/o'neil \"x\" 5%%.jpg\\";
     RecordPtr record = MakeRecord(values);
-    ASSERT_EQ(m_store->InsertFileRecord(record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(record.Get()), S_OK);
     std::vector<std::string> row = CommittedFileRow(77);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     EXPECT_EQ(row[kFilePath], "/it's \"here\"/100% %s %d/back\\slash\\");
@@ -353,15 +355,15 @@ TEST_F(FileStoreWriteInsert, AnApostropheInTheKeyStillKeepsPathsApartByCaseOnly)
     second.path = "/IT'S";
     RecordPtr one = MakeRecord(first);
     RecordPtr two = MakeRecord(second);
-    ASSERT_EQ(m_store->InsertFileRecord(one.Get()), S_OK);
-    EXPECT_EQ(m_store->InsertFileRecord(two.Get()), E_FAIL);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRecord(one.Get()), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).InsertFileRecord(two.Get()), E_FAIL);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM file_table"), 1);
 }
 
 // ---- InsertFileRow ----
 
-CSQLiteFileBasicDB::FileRowValues SampleRowValues() {
-    CSQLiteFileBasicDB::FileRowValues v;
+FileRowValues SampleRowValues() {
+    FileRowValues v;
     v.fileId = 501;
     v.filePath = W("/Import/Cam/");
     v.diskVsn = 0xC0FFEE;
@@ -386,7 +388,7 @@ CSQLiteFileBasicDB::FileRowValues SampleRowValues() {
 }
 
 TEST_F(FileStoreWriteInsertRow, EveryValueReachesTheDiskWithTheSeparatorRules) {
-    ASSERT_EQ(m_store->InsertFileRow(SampleRowValues()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRow(SampleRowValues()), S_OK);
     std::vector<std::string> expected = {"501",
                                          "/Import/Cam",
                                          Int(0xC0FFEE),
@@ -412,7 +414,7 @@ TEST_F(FileStoreWriteInsertRow, EveryValueReachesTheDiskWithTheSeparatorRules) {
 }
 
 TEST_F(FileStoreWriteInsertRow, AlbumIsNotedButNothingElseFollows) {
-    ASSERT_EQ(m_store->InsertFileRow(SampleRowValues()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRow(SampleRowValues()), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{8}));
     EXPECT_EQ(CacheSize(), 0u);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM tag_file_table"), 0);
@@ -420,30 +422,30 @@ TEST_F(FileStoreWriteInsertRow, AlbumIsNotedButNothingElseFollows) {
 }
 
 TEST_F(FileStoreWriteInsertRow, SameKeyFailsAndNotesNoAlbum) {
-    ASSERT_EQ(m_store->InsertFileRow(SampleRowValues()), S_OK);
-    AlbumRecount().clear();
-    CSQLiteFileBasicDB::FileRowValues again = SampleRowValues();
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRow(SampleRowValues()), S_OK);
+    m_store->ForgetRecounts();
+    FileRowValues again = SampleRowValues();
     again.fileId = 502;
     again.filePath = W("/import/CAM");
     again.albumId = 9;
-    EXPECT_EQ(m_store->InsertFileRow(again), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).InsertFileRow(again), E_FAIL);
     EXPECT_TRUE(AlbumRecount().empty());
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM file_table"), 1);
 }
 
 TEST_F(FileStoreWriteInsertRow, SameIdFails) {
-    ASSERT_EQ(m_store->InsertFileRow(SampleRowValues()), S_OK);
-    CSQLiteFileBasicDB::FileRowValues again = SampleRowValues();
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRow(SampleRowValues()), S_OK);
+    FileRowValues again = SampleRowValues();
     again.filePath = W("/elsewhere");
-    EXPECT_EQ(m_store->InsertFileRow(again), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).InsertFileRow(again), E_FAIL);
     EXPECT_EQ(CommittedFileRow(501).at(kFilePath), "/Import/Cam");
 }
 
 TEST_F(FileStoreWriteInsertRow, QuotesPercentSignsBackslashesAndNonAsciiAreBoundAsGiven) {
-    CSQLiteFileBasicDB::FileRowValues v = SampleRowValues();
+    FileRowValues v = SampleRowValues();
     v.filePath = W("/l'été \"chaud\"/50% %x/a\\b/ıi/");
     v.fileName = W("/x'y%n\\z.jpg");
-    ASSERT_EQ(m_store->InsertFileRow(v), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRow(v), S_OK);
     std::vector<std::string> row = CommittedFileRow(501);
     ASSERT_EQ(row.size(), size_t{kColumnCount});
     EXPECT_EQ(row[kFilePath], "/l'été \"chaud\"/50% %x/a\\b/ıi");
@@ -454,7 +456,7 @@ TEST_F(FileStoreWriteInsertRow, QuotesPercentSignsBackslashesAndNonAsciiAreBound
 TEST_F(FileStoreWriteInsertRow, StatementThatDoesNotPrepareFails) {
     // Unlike the record form, the value form reports the missing table.
     Exec("ALTER TABLE file_table RENAME TO file_table_away");
-    EXPECT_EQ(m_store->InsertFileRow(SampleRowValues()), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).InsertFileRow(SampleRowValues()), E_FAIL);
     EXPECT_TRUE(AlbumRecount().empty());
 }
 

@@ -8,6 +8,7 @@
 #include <map>
 #include <set>
 
+#include "catalogue/file_rows.h"
 #include "file_store_write_fixture.h"
 
 namespace file_store_write_test {
@@ -178,7 +179,7 @@ TEST_P(FileStoreWriteUpdateBit, WritesItsColumnsAndNoOther) {
     RecordPtr record = RecordFor(10);
     bitCase.change(record.Get());
     ASSERT_EQ(Changed(record.Get()), bitCase.bit);
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(Changed(record.Get()), 0u);
     ExpectRowChangedOnly(bitCase.columns);
 }
@@ -193,7 +194,7 @@ INSTANTIATE_TEST_SUITE_P(FileStoreWriteEveryColumnBit, FileStoreWriteUpdateBit, 
 using FileStoreWriteUpdateCase = FileStoreWriteUpdateRow;
 
 TEST_F(FileStoreWriteUpdate, NullRecordFails) {
-    EXPECT_EQ(m_store->UpdateFileRecord(10, nullptr), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, nullptr), E_FAIL);
 }
 
 TEST_F(FileStoreWriteUpdateCase, RecordWithoutChangesWritesNothing) {
@@ -205,7 +206,7 @@ TEST_F(FileStoreWriteUpdateCase, RecordWithoutChangesWritesNothing) {
     record->MarkColumnsChanged(0);
     ASSERT_EQ(Changed(record.Get()), 0u);
     int changesBefore = TotalChanges();
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(TotalChanges(), changesBefore);
     ExpectRowChangedOnly({});
 }
@@ -220,7 +221,7 @@ TEST_F(FileStoreWriteUpdateCase, SeveralBitsWriteTheirColumnsInOneStatement) {
     uint8_t classify = 9;
     record->SetClassifyID(&classify);
     int changesBefore = TotalChanges();
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(TotalChanges(), changesBefore + 1);
     EXPECT_EQ(Changed(record.Get()), 0u);
     ExpectRowChangedOnly({{kManage, "3"}, {kFileName, "two.jpg"}, {kIsFavorite, "0"}, {kClassifyId, "9"}});
@@ -236,7 +237,7 @@ TEST_F(FileStoreWriteUpdate, FlagsAreWrittenAsZeroOrOne) {
     record->SetIsFavorite(&high);
     record->SetDidDetectFace(&all);
     record->SetUploadFlag(&two);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     std::vector<std::string> after = CommittedFileRow(10);
     ASSERT_EQ(after.size(), size_t{kColumnCount});
     EXPECT_EQ(after[kDidEdit], "1");
@@ -251,7 +252,7 @@ TEST_F(FileStoreWriteUpdateCase, CoordinatesAreWrittenWithSixDecimals) {
     RecordPtr record = RecordFor(10);
     float latitude = 35.1234567f, longitude = -120.9876543f;
     ASSERT_EQ(record->SetGPS(&latitude, &longitude), S_OK);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     CommitStore();
     double storedLatitude = DiskReal("SELECT gps_latitude FROM file_table WHERE file_id=10");
     double storedLongitude = DiskReal("SELECT gps_longitude FROM file_table WHERE file_id=10");
@@ -269,7 +270,7 @@ TEST_F(FileStoreWriteUpdateCase, UnsignedColumnsAreStoredAsIntegers) {
     RecordPtr record = RecordFor(10);
     uint32_t format = 4000000000u;
     record->SetFileFormat(&format);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     CommitStore();
     EXPECT_EQ(Disk("SELECT file_format, typeof(file_format) FROM file_table"), (Rows{{"4000000000", "integer"}}));
 }
@@ -278,7 +279,7 @@ TEST_F(FileStoreWriteUpdateCase, NewPathRewritesSerialAndKey) {
     RecordPtr record = RecordFor(10);
     uint32_t vsn = 0x7;
     ASSERT_EQ(record->SetFilePath(u"/Renamed/Folder", &vsn), S_OK);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     ExpectRowChangedOnly({{kFilePath, "/Renamed/Folder"}, {kDiskVsn, "7"}, {kPathKey, "/RENAMED/FOLDER_7"}});
 }
 
@@ -289,7 +290,7 @@ TEST_F(FileStoreWriteUpdateCase, PathChangeKeepsTheSerialTheRecordHeld) {
     CZanTString path;
     ASSERT_EQ(record->GetFilePath(path, nullptr), S_OK);
     ASSERT_EQ(record->SetFilePath(u"/moved", nullptr), S_OK);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     ExpectRowChangedOnly({{kFilePath, "/moved"}, {kPathKey, "/MOVED_1234ABCD"}});
 }
 
@@ -300,11 +301,11 @@ TEST_F(FileStoreWriteUpdateCase, PathOfAnotherFileOnTheSameVolumeFails) {
     RecordPtr first = RecordFor(11);
     uint32_t vsn = 5;
     first->SetFilePath(u"/taken", &vsn);
-    ASSERT_EQ(m_store->UpdateFileRecord(11, first.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(11, first.Get()), S_OK);
 
     RecordPtr record = RecordFor(10);
     record->SetFilePath(u"/TAKEN/", &vsn);
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), E_FAIL);
     EXPECT_EQ(Changed(record.Get()), kPathBit);
     ExpectRowChangedOnly({});
 }
@@ -314,7 +315,7 @@ TEST_F(FileStoreWriteUpdateCase, UnknownIdTouchesNoRowAndSucceeds) {
     RecordPtr record = RecordFor(10);
     uint32_t manage = 4;
     record->SetManage(&manage);
-    EXPECT_EQ(m_store->UpdateFileRecord(999, record.Get()), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(999, record.Get()), S_OK);
     EXPECT_EQ(Changed(record.Get()), 0u);
     ExpectRowChangedOnly({});
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM file_table"), 1);
@@ -328,7 +329,7 @@ TEST_F(FileStoreWriteUpdateCase, FullRewriteOfAReadRecord) {
     RecordPtr record = RecordFor(10);
     ASSERT_EQ(file_record_test::Impl(record.Get())->ReadFields(file_record_test::kAllColumns, nullptr), S_OK);
     record->MarkColumnsChanged(1);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     char latitude[32], longitude[32];
     std::snprintf(latitude, sizeof latitude, "%f", static_cast<double>(static_cast<float>(FileRow{}.gpsLatitude)));
     std::snprintf(longitude, sizeof longitude, "%f", static_cast<double>(static_cast<float>(FileRow{}.gpsLongitude)));
@@ -348,7 +349,7 @@ TEST_F(FileStoreWriteUpdateCase, ApostropheInNameFailsAndLeavesRowAndMask) {
     record->SetFileName(u"it's.jpg");
     uint32_t mask = Changed(record.Get());
     ASSERT_EQ(mask, kManageBit | kNameBit);
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), E_FAIL);
     EXPECT_EQ(Changed(record.Get()), mask);
     ExpectRowChangedOnly({});
 }
@@ -357,7 +358,7 @@ TEST_F(FileStoreWriteUpdateCase, ApostropheInPathFailsAndLeavesRowAndMask) {
     RecordPtr record = RecordFor(10);
     uint32_t vsn = 3;
     record->SetFilePath(u"/o'brien/", &vsn);
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), E_FAIL);
     EXPECT_EQ(Changed(record.Get()), kPathBit);
     ExpectRowChangedOnly({});
 }
@@ -367,7 +368,7 @@ TEST_F(FileStoreWriteUpdateCase, BalancedApostrophesAreReadAsSql) {
     // error, and the statement makes of it what SQL makes of it.
     RecordPtr record = RecordFor(10);
     record->SetFileName(u"a'||'b");
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     ExpectRowChangedOnly({{kFileName, "ab"}});
 }
 
@@ -380,7 +381,7 @@ TEST_F(FileStoreWriteUpdateCase, NameCarryingASecondCommandFailsAndRunsNothing) 
     InsertFileRow(other);
     RecordPtr record = RecordFor(10);
     record->SetFileName(u"x'; DELETE FROM file_table WHERE file_id=11; --");
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), E_FAIL);
     EXPECT_EQ(Changed(record.Get()), kNameBit);
     ExpectRowChangedOnly({});
     Rows left = CommitAndRead("SELECT file_id, file_name FROM file_table ORDER BY file_id");
@@ -394,7 +395,7 @@ TEST_F(FileStoreWriteUpdateCase, FailedUpdateLeavesRelationsUnwritten) {
     RecordPtr record = RecordFor(10);
     record->SetFileName(u"bad'name");
     AddTag(record.Get(), 6);
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), E_FAIL);
     EXPECT_EQ(Changed(record.Get()), kNameBit | kTagBit);
     EXPECT_EQ(CommittedTagsOf(10), (std::vector<uint64_t>{5}));
 }
@@ -406,7 +407,7 @@ TEST_F(FileStoreWriteUpdateCase, OtherSpecialCharactersAreWrittenAsGiven) {
     record->SetFileName(u"/sub/\"q\" 100% %s %d \\x\\ Äğ\u0131.jpg");
     uint32_t vsn = 0x20;
     record->SetFilePath(u"/dir \"a\"/50%/b\\c/çİ/", &vsn);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     ExpectRowChangedOnly({{kFileName, "sub/\"q\" 100% %s %d \\x\\ Äğı.jpg"},
                           {kFilePath, "/dir \"a\"/50%/b\\c/çİ"},
                           {kDiskVsn, "32"},
@@ -418,12 +419,12 @@ TEST_F(FileStoreWriteUpdateCase, OtherSpecialCharactersAreWrittenAsGiven) {
 TEST_F(FileStoreWriteUpdateCase, AlbumChangeOfAReadRecordNotesOldAndNewAlbum) {
     // The record knows album 42 from the row, so its SetAlbumID notes both.
     RecordPtr record;
-    ASSERT_EQ(m_store->GetFileRecord(10, record.Receive()), S_OK);
-    AlbumRecount().clear();
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, record.Receive()), S_OK);
+    m_store->ForgetRecounts();
     uint64_t album = 7;
     ASSERT_EQ(record->SetAlbumID(&album), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{7, 42}));
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{7, 42}));
     ExpectRowChangedOnly({{kAlbumId, "7"}});
 }
@@ -436,8 +437,8 @@ TEST_F(FileStoreWriteUpdateCase, AlbumChangeOfTheLiveRecordThatNeverReadItNotesO
     ASSERT_TRUE(CacheAdd(10, record.Get()));
     uint64_t album = 7;
     ASSERT_EQ(record->SetAlbumID(&album), S_OK);
-    AlbumRecount().clear();
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    m_store->ForgetRecounts();
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{7}));
     ExpectRowChangedOnly({{kAlbumId, "7"}});
 }
@@ -448,19 +449,19 @@ TEST_F(FileStoreWriteUpdateCase, AlbumChangeOfARecordOutsideTheCacheNotesTheRows
     RecordPtr record = RecordFor(10);
     uint64_t album = 7;
     ASSERT_EQ(record->SetAlbumID(&album), S_OK);
-    AlbumRecount().clear();
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    m_store->ForgetRecounts();
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{7, 42}));
     EXPECT_EQ(CacheSize(), 0u);
 }
 
 TEST_F(FileStoreWriteUpdateCase, AlbumClearedToZeroNotesOnlyTheOldAlbum) {
     RecordPtr record;
-    ASSERT_EQ(m_store->GetFileRecord(10, record.Receive()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(10, record.Receive()), S_OK);
     uint64_t none = 0;
     ASSERT_EQ(record->SetAlbumID(&none), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{42}));
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(AlbumRecount(), (std::set<uint64_t>{42}));
     ExpectRowChangedOnly({{kAlbumId, "0"}});
 }
@@ -470,7 +471,7 @@ TEST_F(FileStoreWriteUpdateCase, ParentClearedToZeroTakesTheFilesOwnShootingDate
     uint64_t none = 0;
     SYSTEMTIME date = MakeTime(2001, 2, 3, 4, 5, 6);
     ASSERT_EQ(record->SetParent(&none, &date), S_OK);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     ExpectRowChangedOnly({{kParentId, "0"}, {kParentShootingDate, Int(kShootingPacked)}});
 }
 
@@ -481,7 +482,7 @@ TEST_F(FileStoreWriteUpdateCase, ParentClearedWithANewShootingDateTakesTheNewDat
     uint64_t none = 0;
     SYSTEMTIME date = MakeTime(2001, 2, 3, 4, 5, 6);
     record->SetParent(&none, &date);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     ExpectRowChangedOnly(
         {{kShootingDate, Int(kNewShootingPacked)}, {kParentId, "0"}, {kParentShootingDate, Int(kNewShootingPacked)}});
 }
@@ -503,7 +504,7 @@ TEST_F(FileStoreWriteUpdateRelations, TagBitAloneFailsAndLeavesTheLinks) {
     RecordPtr record = RecordFor(10);
     ASSERT_EQ(record->ClearTags(), S_OK);
     ASSERT_EQ(Changed(record.Get()), kTagBit);
-    EXPECT_EQ(m_store->UpdateFileRecord(10, record.Get()), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), E_FAIL);
     EXPECT_EQ(Changed(record.Get()), kTagBit);
     EXPECT_EQ(CommittedTagsOf(10), (std::vector<uint64_t>{5, 6}));
     ExpectRowChangedOnly({});
@@ -515,7 +516,7 @@ TEST_F(FileStoreWriteUpdateRelations, TagBitWithAColumnReplacesTheLinksWhole) {
     AddTag(record.Get(), 3);
     uint32_t manage = 2;
     record->SetManage(&manage);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(Changed(record.Get()), 0u);
     EXPECT_EQ(CommittedTagsOf(10), (std::vector<uint64_t>{3, 9}));
     EXPECT_EQ(LinksOfOtherFile(), (std::vector<uint64_t>{5}));
@@ -527,7 +528,7 @@ TEST_F(FileStoreWriteUpdateRelations, ClearedTagsWithAColumnRemoveEveryLink) {
     record->ClearTags();
     uint32_t manage = 2;
     record->SetManage(&manage);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(Changed(record.Get()), 0u);
     EXPECT_TRUE(CommittedTagsOf(10).empty());
     EXPECT_EQ(LinksOfOtherFile(), (std::vector<uint64_t>{5}));
@@ -537,7 +538,7 @@ TEST_F(FileStoreWriteUpdateRelations, ColumnChangeWithoutTheTagBitKeepsTheLinks)
     RecordPtr record = RecordFor(10);
     uint32_t manage = 2;
     record->SetManage(&manage);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(CommittedTagsOf(10), (std::vector<uint64_t>{5, 6}));
 }
 
@@ -548,7 +549,7 @@ TEST_F(FileStoreWriteUpdateRelations, MetadataBitInsertsTheMissingRow) {
     uint32_t manage = 2;
     record->SetManage(&manage);
     ASSERT_EQ(Changed(record.Get()), kManageBit | kMetaBit);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(Changed(record.Get()), 0u);
     CommitStore();
     EXPECT_EQ(Disk("SELECT file_id, file_size, model_name FROM meta_table"), (Rows{{"10", "2048", "cam-a"}}));
@@ -562,7 +563,7 @@ TEST_F(FileStoreWriteUpdateRelations, MetadataBitRewritesTheExistingRow) {
     ASSERT_EQ(record->AttachMetaRecord(meta.Get()), S_OK);
     uint32_t manage = 2;
     record->SetManage(&manage);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     CommitStore();
     EXPECT_EQ(Disk("SELECT file_id, file_size, model_name FROM meta_table"), (Rows{{"10", "4096", "cam-b"}}));
 }
@@ -574,7 +575,7 @@ TEST_F(FileStoreWriteUpdateRelations, DetachedMetadataDeletesTheRow) {
     ASSERT_EQ(record->DetachMetaRecord(), S_OK);
     uint32_t manage = 2;
     record->SetManage(&manage);
-    ASSERT_EQ(m_store->UpdateFileRecord(10, record.Get()), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM meta_table"), 0);
 }
 

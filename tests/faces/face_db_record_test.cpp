@@ -5,6 +5,7 @@
 // record.
 #include <gtest/gtest.h>
 
+#include "faces/face_rows.h"
 #include "../records/file_db_record_fixture.h"
 #include "faces/face_db_record.h"
 #include "zandb4/faces.h"
@@ -215,16 +216,16 @@ TEST_F(FaceDBRecord, GettersWithANullPointerAreInvalidAndChangeNothing) {
 
 TEST_F(FaceDBRecord, RectanglePacksAsLeftTopWidthHeightFromTheTop) {
     const RECT rect = MakeRect(100, 50, 300, 250);
-    EXPECT_EQ(static_cast<uint64_t>(CSQLiteFileBasicDB::PackRect(rect)), 0x0064003200C800C8ull);
-    EXPECT_TRUE(SameRect(CSQLiteFileBasicDB::UnpackRect(0x0064003200C800C8), rect));
+    EXPECT_EQ(static_cast<uint64_t>(FaceTableRows::PackRect(rect)), 0x0064003200C800C8ull);
+    EXPECT_TRUE(SameRect(FaceTableRows::UnpackRect(0x0064003200C800C8), rect));
 }
 
 TEST_F(FaceDBRecord, RectangleWithRightBelowLeftReadsBackWithLeftAndTopAllOnes) {
     const RECT rect = MakeRect(100, 50, 90, 250);
-    int64_t packed = CSQLiteFileBasicDB::PackRect(rect);
+    int64_t packed = FaceTableRows::PackRect(rect);
     // The negative width spills into every bit above it.
     EXPECT_EQ(static_cast<uint64_t>(packed) >> 32, 0xFFFFFFFFull);
-    RECT back = CSQLiteFileBasicDB::UnpackRect(packed);
+    RECT back = FaceTableRows::UnpackRect(packed);
     EXPECT_EQ(back.left, 65535);
     EXPECT_EQ(back.top, 65535);
     EXPECT_EQ(back.right, 65535 + 0xFFF6);
@@ -240,7 +241,7 @@ TEST_F(FaceDBRecord, LoadFaceReadsTheRowIntoANewRecordOfTheGivenType) {
          std::to_string((int64_t{1} << 48) | (int64_t{2} << 32) | (int64_t{3} << 16) | 4) + ")");
 
     FacePtr person;
-    ASSERT_EQ(m_store->LoadFace(100, CSQLiteFileBasicDB::kPerson, person.Receive()), S_OK);
+    ASSERT_EQ(FaceTableRows(*m_store).LoadFace(100, CSQLiteFileBasicDB::kPerson, person.Receive()), S_OK);
     ASSERT_TRUE(person);
     EXPECT_EQ(Count(person.Get()), 1);
     uint64_t value = 0;
@@ -258,7 +259,7 @@ TEST_F(FaceDBRecord, LoadFaceReadsTheRowIntoANewRecordOfTheGivenType) {
     EXPECT_EQ(type, 1u);
 
     FacePtr pet;
-    ASSERT_EQ(m_store->LoadFace(100, CSQLiteFileBasicDB::kPet, pet.Receive()), S_OK);
+    ASSERT_EQ(FaceTableRows(*m_store).LoadFace(100, CSQLiteFileBasicDB::kPet, pet.Receive()), S_OK);
     ASSERT_TRUE(pet);
     EXPECT_EQ(pet->GetFileID(&value), S_OK);
     EXPECT_EQ(value, 11u);
@@ -274,10 +275,10 @@ TEST_F(FaceDBRecord, LoadFaceOfAMissingRowFailsWithANullRecord) {
     FacePtr other = NewFace();
     ASSERT_TRUE(other);
     IZanDB4FaceDBRecord* out = other.Get();
-    EXPECT_EQ(m_store->LoadFace(100, CSQLiteFileBasicDB::kPerson, &out), E_FAIL);
+    EXPECT_EQ(FaceTableRows(*m_store).LoadFace(100, CSQLiteFileBasicDB::kPerson, &out), E_FAIL);
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(Count(other.Get()), 1);
-    EXPECT_EQ(m_store->LoadFace(100, CSQLiteFileBasicDB::kPerson, nullptr), E_INVALIDARG);
+    EXPECT_EQ(FaceTableRows(*m_store).LoadFace(100, CSQLiteFileBasicDB::kPerson, nullptr), E_INVALIDARG);
 }
 
 TEST_F(FaceDBRecord, ReadFaceRowReadsFromTheGivenFirstColumn) {
@@ -288,7 +289,7 @@ TEST_F(FaceDBRecord, ReadFaceRowReadsFromTheGivenFirstColumn) {
     ASSERT_TRUE(row.IsPrepared());
     ASSERT_EQ(row.Step(), SQLITE_ROW);
     FacePtr face;
-    ASSERT_EQ(CSQLiteFileBasicDB::ReadFaceRow(face.Receive(), row, 7, 2), S_OK);
+    ASSERT_EQ(FaceTableRows::ReadFaceRow(face.Receive(), row, 7, 2), S_OK);
     ASSERT_TRUE(face);
     uint64_t value = 0;
     EXPECT_EQ(face->GetFaceID(&value), S_OK);

@@ -306,7 +306,7 @@ TEST_F(FileRecordFields, DidEditGivesTheRowsValueAfterARowWasReadIntoTheRecord) 
     RecordPtr record = RecordFor(10);
     SteppedRow row(m_store->m_db, kSelectFullRow, 10);
     ASSERT_TRUE(row.HasRow());
-    ASSERT_EQ(Impl(record.Get())->ReadFields(kAllColumns, &row.Row()), S_OK);
+    ASSERT_EQ(ReadFullRow(Impl(record.Get()), kAllColumns, row.Row()), S_OK);
     uint8_t didEdit = 0;
     EXPECT_EQ(record->GetDidEdit(&didEdit), S_OK);
     EXPECT_EQ(didEdit, 1u);

@@ -16,9 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/file_table.h"
 #include "catalogue/file_basic_db.h"
 #include "frame/com_ptr.h"
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "frame/file_record_cache.h"
 #include "records/file_db_record.h"
 #include "records/file_meta_db_record.h"
@@ -37,6 +38,17 @@ using RecordPtr = ComPtr<IZanDB4FileDBRecord>;
 using MetaPtr = ComPtr<IZanDB4FileMetaDBRecord>;
 
 // Mask bits, spelt out so that a wrong constant in the class shows.
+// A stepped "SELECT *" row, or a row of the file store's short column list,
+// read into a record as the file store reads it.
+inline HRESULT ReadFullRow(CZanDB4FileDBRecord* record, uint32_t mask, const zandb4::Statement& row) {
+    FileRowValues values = file_table::ReadRow(row);
+    return record->ReadFields(mask, &values);
+}
+inline HRESULT ReadShortRow(CZanDB4FileDBRecord* record, uint32_t mask, const zandb4::Statement& row) {
+    FileRowValues values = file_table::ReadShortRow(row);
+    return record->ReadFields(mask, &values, file_table::kShortRowFields);
+}
+
 inline constexpr uint32_t kManageBit = 0x1;
 inline constexpr uint32_t kPathBit = 0x2;
 inline constexpr uint32_t kNameBit = 0x4;

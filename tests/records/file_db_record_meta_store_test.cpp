@@ -7,6 +7,7 @@
 // file on disk after the catalogue commits.
 #include <set>
 
+#include "records/meta_rows.h"
 #include "file_db_record_fixture.h"
 
 namespace file_record_test {
@@ -113,22 +114,22 @@ protected:
 
 TEST_F(FileRecordMetaStore, InsertWithoutMetadataGivesTheFailureOfGetMetaRecord) {
     RecordPtr record = RecordFor(10);  // no metadata held and no row to fetch
-    EXPECT_EQ(m_store->InsertMetaRecord(10, record.Get(), 0), E_FAIL);
-    EXPECT_EQ(m_store->InsertMetaRecord(10, record.Get(), 1), E_FAIL);
+    EXPECT_EQ(MetaTableRows(*m_store).InsertMetaRecord(10, record.Get(), 0), E_FAIL);
+    EXPECT_EQ(MetaTableRows(*m_store).InsertMetaRecord(10, record.Get(), 1), E_FAIL);
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{});
 }
 
 TEST_F(FileRecordMetaStore, InsertWritesEveryColumnOfTheMetadataRecord) {
     MetaRow values = OtherValues(10);
     RecordPtr record = RecordWithMeta(10, values);
-    EXPECT_EQ(m_store->InsertMetaRecord(10, record.Get(), 0), S_OK);
+    EXPECT_EQ(MetaTableRows(*m_store).InsertMetaRecord(10, record.Get(), 0), S_OK);
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{Expected(values)});
 }
 
 TEST_F(FileRecordMetaStore, InsertTakesTheFileIdItIsGiven) {
     MetaRow values = OtherValues(10);
     RecordPtr record = RecordWithMeta(10, values);
-    EXPECT_EQ(m_store->InsertMetaRecord(20, record.Get(), 0), S_OK);
+    EXPECT_EQ(MetaTableRows(*m_store).InsertMetaRecord(20, record.Get(), 0), S_OK);
     values.fileId = 20;
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{Expected(values)});
 }
@@ -136,7 +137,7 @@ TEST_F(FileRecordMetaStore, InsertTakesTheFileIdItIsGiven) {
 TEST_F(FileRecordMetaStore, InsertOfARecordWithoutHeldMetadataWritesTheFetchedRow) {
     InsertMetaRow(MetaRow{});  // file 10
     RecordPtr record = RecordFor(10);
-    EXPECT_EQ(m_store->InsertMetaRecord(30, record.Get(), 0), S_OK);
+    EXPECT_EQ(MetaTableRows(*m_store).InsertMetaRecord(30, record.Get(), 0), S_OK);
     MetaRow copy;
     copy.fileId = 30;
     EXPECT_EQ(CommitAndRead(kMetaRows), (Rows{Expected(MetaRow{}), Expected(copy)}));
@@ -145,7 +146,7 @@ TEST_F(FileRecordMetaStore, InsertOfARecordWithoutHeldMetadataWritesTheFetchedRo
 TEST_F(FileRecordMetaStore, InsertOverAnExistingRowFailsWithoutRetryAndKeepsTheRow) {
     InsertMetaRow(MetaRow{});
     RecordPtr record = RecordWithMeta(10, OtherValues(10));
-    EXPECT_EQ(m_store->InsertMetaRecord(10, record.Get(), 0), E_FAIL);
+    EXPECT_EQ(MetaTableRows(*m_store).InsertMetaRecord(10, record.Get(), 0), E_FAIL);
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{Expected(MetaRow{})});
 }
 
@@ -154,14 +155,14 @@ TEST_F(FileRecordMetaStore, InsertWithRetryReplacesAnExistingRow) {
     InsertMetaRow(MetaRow{.fileId = 11});
     MetaRow values = OtherValues(10);
     RecordPtr record = RecordWithMeta(10, values);
-    EXPECT_EQ(m_store->InsertMetaRecord(10, record.Get(), 1), S_OK);
+    EXPECT_EQ(MetaTableRows(*m_store).InsertMetaRecord(10, record.Get(), 1), S_OK);
     MetaRow untouched;
     untouched.fileId = 11;
     EXPECT_EQ(CommitAndRead(kMetaRows), (Rows{Expected(values), Expected(untouched)}));
 }
 
 TEST_F(FileRecordMetaStore, InsertWithANullFileRecordIsInvalidAndWritesNothing) {
-    EXPECT_EQ(m_store->InsertMetaRecord(10, nullptr, 1), E_INVALIDARG);
+    EXPECT_EQ(MetaTableRows(*m_store).InsertMetaRecord(10, nullptr, 1), E_INVALIDARG);
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{});
 }
 
@@ -173,7 +174,7 @@ TEST_F(FileRecordMetaStore, UpdateOfARecordWithItsMetadataDetachedDeletesTheRow)
     ASSERT_EQ(record->GetMetaRecord(fetched.Receive()), S_OK);
     ASSERT_EQ(record->DetachMetaRecord(), S_OK);
 
-    EXPECT_EQ(m_store->UpdateMetaRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(MetaTableRows(*m_store).UpdateMetaRecord(10, record.Get()), S_OK);
     MetaRow other;
     other.fileId = 11;
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{Expected(other)});
@@ -182,7 +183,7 @@ TEST_F(FileRecordMetaStore, UpdateOfARecordWithItsMetadataDetachedDeletesTheRow)
 TEST_F(FileRecordMetaStore, UpdateOfARecordWithoutMetadataAndWithoutARowDeletesNothingElse) {
     InsertMetaRow(MetaRow{.fileId = 11});
     RecordPtr record = RecordFor(10);
-    EXPECT_EQ(m_store->UpdateMetaRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(MetaTableRows(*m_store).UpdateMetaRecord(10, record.Get()), S_OK);
     MetaRow other;
     other.fileId = 11;
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{Expected(other)});
@@ -191,7 +192,7 @@ TEST_F(FileRecordMetaStore, UpdateOfARecordWithoutMetadataAndWithoutARowDeletesN
 TEST_F(FileRecordMetaStore, UpdateOfAFileWithoutARowInsertsOne) {
     MetaRow values = OtherValues(10);
     RecordPtr record = RecordWithMeta(10, values);
-    EXPECT_EQ(m_store->UpdateMetaRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(MetaTableRows(*m_store).UpdateMetaRecord(10, record.Get()), S_OK);
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{Expected(values)});
 }
 
@@ -203,7 +204,7 @@ TEST_F(FileRecordMetaStore, UpdateRewritesEveryColumnWhateverTheChangedFlag) {
     ASSERT_EQ(record->GetMetaRecord(meta.Receive()), S_OK);
     ASSERT_EQ(meta->SetChanged(0), S_OK);
 
-    EXPECT_EQ(m_store->UpdateMetaRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(MetaTableRows(*m_store).UpdateMetaRecord(10, record.Get()), S_OK);
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{Expected(values)});
 }
 
@@ -219,7 +220,7 @@ TEST_F(FileRecordMetaStore, UpdateWritesAFetchedRecordsChangesThatDoNotRaiseTheF
     ASSERT_EQ(meta->GetChanged(&changed), S_OK);
     ASSERT_EQ(changed, 0u);
 
-    EXPECT_EQ(m_store->UpdateMetaRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(MetaTableRows(*m_store).UpdateMetaRecord(10, record.Get()), S_OK);
     MetaRow values;
     values.gpsAltitude = (int64_t{40} << 32) | 41;
     values.gpsAreaInfo = "valley";
@@ -228,7 +229,7 @@ TEST_F(FileRecordMetaStore, UpdateWritesAFetchedRecordsChangesThatDoNotRaiseTheF
 
 TEST_F(FileRecordMetaStore, UpdateWithANullFileRecordIsInvalidAndWritesNothing) {
     InsertMetaRow(MetaRow{});
-    EXPECT_EQ(m_store->UpdateMetaRecord(10, nullptr), E_INVALIDARG);
+    EXPECT_EQ(MetaTableRows(*m_store).UpdateMetaRecord(10, nullptr), E_INVALIDARG);
     EXPECT_EQ(CommitAndRead(kMetaRows), Rows{Expected(MetaRow{})});
 }
 

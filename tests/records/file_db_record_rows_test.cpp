@@ -76,7 +76,7 @@ TEST_F(FileRecordRows, FullRowHandedInFillsEveryField) {
     RecordPtr record = NewRecord();
     SteppedRow row(m_store->m_db, kSelectFullRow, 10);
     ASSERT_TRUE(row.HasRow());
-    EXPECT_EQ(Impl(record.Get())->ReadFields(kAllColumns, &row.Row()), S_OK);
+    EXPECT_EQ(ReadFullRow(Impl(record.Get()), kAllColumns, row.Row()), S_OK);
     EXPECT_EQ(Known(record.Get()), kEveryField);
     ExpectDefaultRowValues(record.Get());
 }
@@ -113,7 +113,7 @@ TEST_F(FileRecordRows, WideReadOnARecordThatKnowsOneFieldReadsNothingFurther) {
     EXPECT_EQ(Known(record.Get()), kManageBit);
     SteppedRow row(m_store->m_db, kSelectFullRow, 10);
     ASSERT_TRUE(row.HasRow());
-    EXPECT_EQ(Impl(record.Get())->ReadFields(kAllColumns, &row.Row()), S_OK);
+    EXPECT_EQ(ReadFullRow(Impl(record.Get()), kAllColumns, row.Row()), S_OK);
     EXPECT_EQ(Known(record.Get()), kManageBit);
     // did_edit, which only a wider read brings, is still unread.
     uint8_t didEdit = 9;
@@ -157,7 +157,7 @@ TEST_F(FileRecordRows, ShortRowFillsTheFieldsOfItsColumnList) {
     RecordPtr record = RecordFor(10);
     SteppedRow row(m_store->m_db, kSelectShortRow, 10);
     ASSERT_TRUE(row.HasRow());
-    EXPECT_EQ(Impl(record.Get())->ReadShortRow(kAllColumns, row.Row()), S_OK);
+    EXPECT_EQ(ReadShortRow(Impl(record.Get()), kAllColumns, row.Row()), S_OK);
     EXPECT_EQ(Known(record.Get()), kShortListFields);
     EXPECT_EQ(Changed(record.Get()), 0u);
 
@@ -206,7 +206,7 @@ TEST_F(FileRecordRows, FieldsLeftOutOfTheShortListArriveLaterThroughTheirGetters
     {
         SteppedRow row(m_store->m_db, kSelectShortRow, 10);
         ASSERT_TRUE(row.HasRow());
-        ASSERT_EQ(Impl(record.Get())->ReadShortRow(kAllColumns, row.Row()), S_OK);
+        ASSERT_EQ(ReadShortRow(Impl(record.Get()), kAllColumns, row.Row()), S_OK);
     }
     CZanTString name;
     EXPECT_EQ(record->GetFileName(name), S_OK);
@@ -227,7 +227,7 @@ TEST_F(FileRecordRows, ShortRowStoresClassifyIdAsOneForAnyNonZeroValue) {
     RecordPtr record = RecordFor(10);
     SteppedRow shortRow(m_store->m_db, kSelectShortRow, 10);
     ASSERT_TRUE(shortRow.HasRow());
-    ASSERT_EQ(Impl(record.Get())->ReadShortRow(kClassifyBit, shortRow.Row()), S_OK);
+    ASSERT_EQ(ReadShortRow(Impl(record.Get()), kClassifyBit, shortRow.Row()), S_OK);
     uint8_t classify = 0;
     EXPECT_EQ(record->GetClassifyID(&classify), S_OK);
     EXPECT_EQ(classify, 1u);
@@ -240,7 +240,7 @@ TEST_F(FileRecordRows, ShortRowStoresClassifyIdZeroAsZero) {
     RecordPtr record = RecordFor(10);
     SteppedRow shortRow(m_store->m_db, kSelectShortRow, 10);
     ASSERT_TRUE(shortRow.HasRow());
-    ASSERT_EQ(Impl(record.Get())->ReadShortRow(kAllColumns, shortRow.Row()), S_OK);
+    ASSERT_EQ(ReadShortRow(Impl(record.Get()), kAllColumns, shortRow.Row()), S_OK);
     uint8_t classify = 9;
     EXPECT_EQ(record->GetClassifyID(&classify), S_OK);
     EXPECT_EQ(classify, 0u);
@@ -258,7 +258,7 @@ TEST_F(FileRecordRows, FullReadStoresTheLowEightBitsOfClassifyId) {
     RecordPtr fromRow = NewRecord();
     SteppedRow fullRow(m_store->m_db, kSelectFullRow, 10);
     ASSERT_TRUE(fullRow.HasRow());
-    ASSERT_EQ(Impl(fromRow.Get())->ReadFields(kAllColumns, &fullRow.Row()), S_OK);
+    ASSERT_EQ(ReadFullRow(Impl(fromRow.Get()), kAllColumns, fullRow.Row()), S_OK);
     classify = 0;
     EXPECT_EQ(fromRow->GetClassifyID(&classify), S_OK);
     EXPECT_EQ(classify, 0xFFu);
@@ -272,7 +272,7 @@ TEST_F(FileRecordRows, ReducedMaskLeavesClassifyIdUnread) {
     {
         SteppedRow shortRow(m_store->m_db, kSelectShortRow, 10);
         ASSERT_TRUE(shortRow.HasRow());
-        ASSERT_EQ(Impl(record.Get())->ReadShortRow(kReducedMask, shortRow.Row()), S_OK);
+        ASSERT_EQ(ReadShortRow(Impl(record.Get()), kReducedMask, shortRow.Row()), S_OK);
     }
     EXPECT_EQ(Known(record.Get()), kReducedMask);
     EXPECT_EQ(Known(record.Get()) & kClassifyBit, 0u);
@@ -289,7 +289,7 @@ TEST_F(FileRecordRows, ShortRowOnARecordThatKnowsOneRequestedFieldReadsNothing) 
     ASSERT_EQ(record->SetManage(&manage), S_OK);
     SteppedRow row(m_store->m_db, kSelectShortRow, 10);
     ASSERT_TRUE(row.HasRow());
-    EXPECT_EQ(Impl(record.Get())->ReadShortRow(kReducedMask, row.Row()), S_OK);
+    EXPECT_EQ(ReadShortRow(Impl(record.Get()), kReducedMask, row.Row()), S_OK);
     EXPECT_EQ(Known(record.Get()), kManageBit);
     uint32_t got = 0;
     EXPECT_EQ(record->GetManage(&got), S_OK);
@@ -305,7 +305,7 @@ TEST_F(FileRecordRows, ShortRowReadsARequestWithoutKnownBitsAndLeavesOtherFields
     ASSERT_TRUE(row.HasRow());
     // manage is outside this request, so the request is read, and manage
     // keeps the value set in memory.
-    EXPECT_EQ(Impl(record.Get())->ReadShortRow(kPathBit | kAlbumBit, row.Row()), S_OK);
+    EXPECT_EQ(ReadShortRow(Impl(record.Get()), kPathBit | kAlbumBit, row.Row()), S_OK);
     EXPECT_EQ(Known(record.Get()), kManageBit | kPathBit | kAlbumBit);
     uint32_t got = 0;
     EXPECT_EQ(record->GetManage(&got), S_OK);

@@ -8,7 +8,7 @@
 #include <array>
 #include <cstdint>
 
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "support/temp_folder.h"
 #include "zandb4.h"
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/file_rows.h"
 #include "file_db_record_fixture.h"
 #include "records/query_mgr.h"
 #include "records/query_node.h"
@@ -75,7 +76,7 @@ protected:
     // returns them. Every record is released.
     Ids Listed(IZanDB4QueryNode* node, HRESULT* result, uint32_t sortFlag = 1, uint32_t mode = 0) {
         CZanTList<IZanDB4FileDBRecord*> records;
-        *result = m_store->ListFiles(node, sortFlag, records, mode);
+        *result = FileTableRows(*m_store).ListFiles(node, sortFlag, records, mode);
         Ids ids;
         for (POSITION position = records.GetHeadPosition(); position != nullptr;) {
             RecordPtr record = RecordPtr::Adopt(records.GetNext(position));
@@ -153,7 +154,7 @@ TEST_F(QueryInStore, FormatNodeSelectsTheRowsOfThatFormat) {
     ExpectNothing(Format(9).Get());
 
     CZanTList<uint32_t> formats;
-    EXPECT_EQ(m_store->ListFileFormats(three.Get(), formats), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).ListFileFormats(three.Get(), formats), S_OK);
     EXPECT_EQ(Values(formats), (std::vector<uint32_t>{3, 3}));
 }
 
@@ -322,7 +323,7 @@ TEST_F(QueryInStore, ManageTakesComparisonsAndLikeForms) {
     ASSERT_EQ(m_mgr->CreateManageNode(node.Receive(), 8, 1), S_OK);
     EXPECT_EQ(Found(node.Get()), (Ids{1, 2, 3}));
     CZanTList<uint32_t> flags;
-    EXPECT_EQ(m_store->ListManageFlags(node.Get(), flags), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).ListManageFlags(node.Get(), flags), S_OK);
     EXPECT_EQ(Values(flags), (std::vector<uint32_t>{1, 10, 21}));
 
     ASSERT_EQ(m_mgr->CreateManageNode(node.Receive(), 6, 2), S_OK);
@@ -361,17 +362,17 @@ TEST_F(QueryInStore, AlbumIdNodeSelectsTheFilesOfThatAlbum) {
 }
 
 TEST_F(QueryInStore, DiskVsnNodeMatchesTheSerialAsTheStoreBindsIt) {
-    CSQLiteFileBasicDB::FileRowValues high;
+    FileRowValues high;
     high.fileId = 1;
     high.filePath = u"/photos/a";
     high.fileName = u"A.JPG";
     high.diskVsn = 0x89ABCDEFu;
     high.manage = 1;
-    ASSERT_EQ(m_store->InsertFileRow(high), S_OK);
-    CSQLiteFileBasicDB::FileRowValues low = high;
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRow(high), S_OK);
+    FileRowValues low = high;
     low.fileId = 2;
     low.diskVsn = 0x1234;
-    ASSERT_EQ(m_store->InsertFileRow(low), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).InsertFileRow(low), S_OK);
 
     NodePtr node;
     ASSERT_EQ(m_mgr->CreateDiskVsnNode(node.Receive(), static_cast<int32_t>(0x89ABCDEFu)), S_OK);
@@ -432,18 +433,18 @@ TEST_F(QueryInStore, TopLevelOrWithoutParenthesesEscapesTheManagedFilterOfTheDat
     // "file_format='3' OR file_format='7' AND manage=1": every file of
     // format 3, managed or not, and the managed files of format 7.
     CZanTDateTime oldest, latest;
-    ASSERT_EQ(m_store->GetShootingDateRange(bare.Get(), oldest, latest), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetShootingDateRange(bare.Get(), oldest, latest), S_OK);
     EXPECT_EQ(oldest.GetPacked(), Packed(2019, 1, 1));
     EXPECT_EQ(latest.GetPacked(), Packed(2030, 1, 1));
     CZanTList<SYSTEMTIME> dates;
-    ASSERT_EQ(m_store->ListShootingDates(bare.Get(), &dates), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListShootingDates(bare.Get(), &dates), S_OK);
     EXPECT_EQ(dates.GetCount(), 4);
 
     // "(file_format='3' OR file_format='7') AND manage=1": managed files only.
-    ASSERT_EQ(m_store->GetShootingDateRange(wrapped.Get(), oldest, latest), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetShootingDateRange(wrapped.Get(), oldest, latest), S_OK);
     EXPECT_EQ(oldest.GetPacked(), Packed(2024, 5, 1));
     EXPECT_EQ(latest.GetPacked(), Packed(2025, 6, 1));
-    ASSERT_EQ(m_store->ListShootingDates(wrapped.Get(), &dates), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListShootingDates(wrapped.Get(), &dates), S_OK);
     EXPECT_EQ(dates.GetCount(), 2);
 
     // ListFiles adds nothing behind the text: both forms select the same.
@@ -471,14 +472,14 @@ TEST_F(QueryInStore, HasGpsNodeAloneAlsoEscapesTheManagedFilter) {
     CZanTDateTime oldest, latest;
     // "gps_latitude!='0.000000' OR gps_longitude!='0.000000' AND manage=1":
     // the unmanaged file 2 gets in through the left side, file 3 does not.
-    ASSERT_EQ(m_store->GetShootingDateRange(gps.Get(), oldest, latest), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetShootingDateRange(gps.Get(), oldest, latest), S_OK);
     EXPECT_EQ(oldest.GetPacked(), Packed(2024, 1, 1));
     EXPECT_EQ(latest.GetPacked(), Packed(2030, 1, 1));
 
     // Wrapping it by combining it with itself in parentheses restores the
     // managed filter.
     NodePtr wrapped = Combine(gps.Get(), gps.Get(), 1, kTrue);
-    ASSERT_EQ(m_store->GetShootingDateRange(wrapped.Get(), oldest, latest), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).GetShootingDateRange(wrapped.Get(), oldest, latest), S_OK);
     EXPECT_EQ(oldest.GetPacked(), Packed(2024, 1, 1));
     EXPECT_EQ(latest.GetPacked(), Packed(2024, 1, 1));
 }
@@ -496,10 +497,10 @@ TEST_F(QueryInStore, AreaInfoNodeAloneFailsBecauseFileTableHasNoSuchColumn) {
         ASSERT_EQ(m_mgr->CreateAreaInfoNode(area.Receive(), pattern, pattern ? u"Kyo%" : u"Kyoto"), S_OK);
         ExpectNothing(area.Get());
         CZanTList<uint32_t> formats;
-        EXPECT_EQ(m_store->ListFileFormats(area.Get(), formats), E_FAIL);
+        EXPECT_EQ(FileTableRows(*m_store).ListFileFormats(area.Get(), formats), E_FAIL);
         EXPECT_TRUE(formats.IsEmpty());
         CZanTDateTime oldest, latest;
-        EXPECT_EQ(m_store->GetShootingDateRange(area.Get(), oldest, latest), E_FAIL);
+        EXPECT_EQ(FileTableRows(*m_store).GetShootingDateRange(area.Get(), oldest, latest), E_FAIL);
     }
     // The store still works afterwards.
     EXPECT_EQ(Found(nullptr), (Ids{1}));
@@ -516,9 +517,9 @@ TEST_F(QueryInStore, ApostropheInAnEqualityPathBreaksTheStatementAndChangesNothi
     // statement does not prepare.
     ExpectNothing(broken.Get());
     CZanTList<uint32_t> formats;
-    EXPECT_EQ(m_store->ListFileFormats(broken.Get(), formats), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListFileFormats(broken.Get(), formats), E_FAIL);
     CZanTList<uint32_t> flags;
-    EXPECT_EQ(m_store->ListManageFlags(broken.Get(), flags), E_FAIL);
+    EXPECT_EQ(FileTableRows(*m_store).ListManageFlags(broken.Get(), flags), E_FAIL);
 
     const Rows rows = CommitAndRead("SELECT file_id, file_path, manage FROM file_table ORDER BY file_id");
     EXPECT_EQ(rows, (Rows{{"1", "/photos/it's", "1"}, {"2", "/photos/its", "1"}}));
@@ -548,18 +549,18 @@ TEST_F(QueryInStore, EmptyNodeMakesTheListsRunWithoutACondition) {
     EXPECT_EQ(Found(empty.Get()), (Ids{1, 2, 3}));
     EXPECT_EQ(Found(nullptr), (Ids{1, 2, 3}));
     CZanTList<uint32_t> formats;
-    EXPECT_EQ(m_store->ListFileFormats(empty.Get(), formats), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).ListFileFormats(empty.Get(), formats), S_OK);
     EXPECT_EQ(Values(formats), (std::vector<uint32_t>{1, 2, 3}));
     CZanTList<uint32_t> flags;
-    EXPECT_EQ(m_store->ListManageFlags(empty.Get(), flags), S_OK);
+    EXPECT_EQ(FileTableRows(*m_store).ListManageFlags(empty.Get(), flags), S_OK);
     EXPECT_EQ(Values(flags), (std::vector<uint32_t>{0, 1, 1}));
 
     // The date reads: an empty node counts the unmanaged file too, no node
     // only the managed ones.
     CZanTList<SYSTEMTIME> dates;
-    ASSERT_EQ(m_store->ListShootingDates(empty.Get(), &dates), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListShootingDates(empty.Get(), &dates), S_OK);
     EXPECT_EQ(dates.GetCount(), 3);
-    ASSERT_EQ(m_store->ListShootingDates(nullptr, &dates), S_OK);
+    ASSERT_EQ(FileTableRows(*m_store).ListShootingDates(nullptr, &dates), S_OK);
     EXPECT_EQ(dates.GetCount(), 2);
 }
 
@@ -593,7 +594,7 @@ TEST_F(QueryInStore, NodeWorksWithTheShortColumnList) {
     NodePtr node;
     ASSERT_EQ(m_mgr->CreateIsFavoriteNode(node.Receive(), kFalse), S_OK);
     HRESULT result = E_FAIL;
-    EXPECT_EQ(Listed(node.Get(), &result, 1, CSQLiteFileBasicDB::kLoadShort), (Ids{1, 3}));
+    EXPECT_EQ(Listed(node.Get(), &result, 1, FileTableRows::kLoadShort), (Ids{1, 3}));
     EXPECT_EQ(result, S_OK);
 }
 

@@ -10,8 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/file_rows.h"
 #include "catalogue/file_basic_db.h"
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "support/sqlite_probe.h"
 #include "support/temp_folder.h"
 #include "zandb4.h"
@@ -66,7 +67,7 @@ protected:
 
     static void AddFile(CSQLiteFileBasicDB* store, uint64_t id, const char* path, const char* name,
                         uint32_t format, int64_t date, bool favorite, uint64_t album) {
-        CSQLiteFileBasicDB::FileRowValues row;
+        FileRowValues row;
         row.fileId = id;
         row.filePath = CZanTString::FromUtf8(path);
         row.fileName = CZanTString::FromUtf8(name);
@@ -76,7 +77,7 @@ protected:
         row.isFavorite = favorite;
         row.albumId = album;
         row.manage = 1;
-        EXPECT_EQ(store->InsertFileRow(row), S_OK);
+        EXPECT_EQ(FileTableRows(*store).InsertFileRow(row), S_OK);
     }
 
     ToolRun Run(const std::vector<std::string>& arguments) {

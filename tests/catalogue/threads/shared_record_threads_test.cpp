@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "catalogue/file_rows.h"
 #include "../../records/file_db_record_fixture.h"
 #include "frame/critical_section.h"
 
@@ -42,7 +43,7 @@ protected:
         HRESULT result;
         {
             CriticalSectionGuard guard(m_store->m_lock);
-            result = m_store->ListFiles(nullptr, 1, list, static_cast<uint32_t>(round % 3));
+            result = FileTableRows(*m_store).ListFiles(nullptr, 1, list, static_cast<uint32_t>(round % 3));
         }
         EXPECT_EQ(result, S_OK);
         std::vector<IZanDB4FileDBRecord*> records;
@@ -89,7 +90,7 @@ TEST_F(SharedRecordThreads, OneThreadLoadsWhileTheOtherReleases) {
         // Store operations run under the store's lock, which comes before the
         // cache's.
         CriticalSectionGuard guard(m_store->m_lock);
-        ASSERT_EQ(m_store->GetFileRecord(1, pinned.Receive()), S_OK);
+        ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(1, pinned.Receive()), S_OK);
     }
 
     RecordQueue queue;

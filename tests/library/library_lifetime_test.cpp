@@ -8,7 +8,7 @@
 #include <iterator>
 
 #include "catalogue/file_basic_db.h"
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "library/read_only_start.h"
 #include "platform/files.h"
 #include "support/sqlite_probe.h"

@@ -10,8 +10,9 @@
 
 #include "albums/import_db_record.h"
 #include "albums/import_mgr.h"
+#include "catalogue/file_basic_db.h"
 #include "faces/face_db_record.h"
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "records/file_db_record.h"
 #include "records/file_large_meta_data.h"
 #include "records/file_meta_db_record.h"

@@ -2,7 +2,7 @@
 // the factory answers, and how, whether the library is up or down.
 #include <gtest/gtest.h>
 
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "support/temp_folder.h"
 #include "zandb4.h"
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "frame/database_registry.h"
+#include "library/database_registry.h"
 #include "support/temp_folder.h"
 #include "zandb4.h"
 

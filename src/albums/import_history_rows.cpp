@@ -1,7 +1,6 @@
-// The import journal of the catalogue: one row per import run in
-// import_history_table, with no key of its own. Rows are told apart by their
-// date, or by date and class.
-#include "catalogue/file_basic_db.h"
+// ImportHistoryRows: the import journal's rows to records and back.
+#include "albums/import_history_rows.h"
+
 #include "frame/com_ptr.h"
 #include "frame/factory.h"
 #include "storage/result_codes.h"
@@ -28,19 +27,20 @@ ComPtr<IZanDB4ImportDBRecord> ImportRecordFromRow(const Statement& row) {
     ComPtr<IZanDB4ImportDBRecord> record;
     if (zandb4::CreateInstance(IID_IZanDB4ImportDBRecord, reinterpret_cast<void**>(record.Receive())) != S_OK)
         return nullptr;
-    CZanTDateTime date(row.ColumnInt64(0));
+    using namespace import_history_table;
+    CZanTDateTime date(row.ColumnInt64(kImportDate));
     if (record->SetDate(&date.m_time) != S_OK ||
-        record->SetClass(static_cast<uint32_t>(row.ColumnInt64(1))) != S_OK ||
-        record->SetAttribute(static_cast<uint32_t>(row.ColumnInt64(2))) != S_OK)
+        record->SetClass(static_cast<uint32_t>(row.ColumnInt64(kImportClass))) != S_OK ||
+        record->SetAttribute(static_cast<uint32_t>(row.ColumnInt64(kImportAttribute))) != S_OK)
         return nullptr;
     return record;
 }
 
 }  // namespace
 
-HRESULT CSQLiteFileBasicDB::AddImportHistory(int64_t importDate, uint32_t importClass, uint32_t attribute) {
-    BeginTransaction();
-    Statement insert(m_db, kInsertHistory);
+HRESULT ImportHistoryRows::AddImportHistory(int64_t importDate, uint32_t importClass, uint32_t attribute) {
+    m_store.BeginTransaction();
+    Statement insert(m_store.m_db, kInsertHistory);
     if (!insert.IsPrepared()) return E_FAIL;
     insert.BindInt64(1, importDate);
     insert.BindInt(2, static_cast<int32_t>(importClass));
@@ -49,9 +49,9 @@ HRESULT CSQLiteFileBasicDB::AddImportHistory(int64_t importDate, uint32_t import
     return zandb4::ResultOf(insert.Finalize());
 }
 
-HRESULT CSQLiteFileBasicDB::UpdateImportHistory(int64_t importDate, uint32_t importClass, uint32_t attribute) {
-    BeginTransaction();
-    Statement update(m_db, kUpdateHistory);
+HRESULT ImportHistoryRows::UpdateImportHistory(int64_t importDate, uint32_t importClass, uint32_t attribute) {
+    m_store.BeginTransaction();
+    Statement update(m_store.m_db, kUpdateHistory);
     if (!update.IsPrepared()) return E_FAIL;
     update.BindInt(1, static_cast<int32_t>(attribute));
     update.BindInt64(2, importDate);
@@ -60,8 +60,8 @@ HRESULT CSQLiteFileBasicDB::UpdateImportHistory(int64_t importDate, uint32_t imp
     return zandb4::ResultOf(update.Finalize());
 }
 
-HRESULT CSQLiteFileBasicDB::GetLatestImportHistory(IZanDB4ImportDBRecord** outRecord) {
-    Statement select(m_db, kSelectNewest);
+HRESULT ImportHistoryRows::GetLatestImportHistory(IZanDB4ImportDBRecord** outRecord) {
+    Statement select(m_store.m_db, kSelectNewest);
     if (select.IsPrepared() && select.Step() == SQLITE_ROW) {
         ComPtr<IZanDB4ImportDBRecord> record = ImportRecordFromRow(select);
         if (record) *outRecord = record.Detach();
@@ -69,8 +69,8 @@ HRESULT CSQLiteFileBasicDB::GetLatestImportHistory(IZanDB4ImportDBRecord** outRe
     return *outRecord != nullptr ? S_OK : E_FAIL;
 }
 
-HRESULT CSQLiteFileBasicDB::GetImportHistories(CZanTArray<IZanDB4ImportDBRecord*>& records) {
-    Statement select(m_db, kSelectOldestFirst);
+HRESULT ImportHistoryRows::GetImportHistories(CZanTArray<IZanDB4ImportDBRecord*>& records) {
+    Statement select(m_store.m_db, kSelectOldestFirst);
     if (select.IsPrepared()) {
         while (select.Step() == SQLITE_ROW) {
             ComPtr<IZanDB4ImportDBRecord> record = ImportRecordFromRow(select);
@@ -81,16 +81,16 @@ HRESULT CSQLiteFileBasicDB::GetImportHistories(CZanTArray<IZanDB4ImportDBRecord*
     return records.IsEmpty() ? E_FAIL : S_OK;
 }
 
-HRESULT CSQLiteFileBasicDB::DeleteImportHistory(int64_t importDate) {
-    BeginTransaction();
-    Statement remove(m_db, kDeleteByDate);
+HRESULT ImportHistoryRows::DeleteImportHistory(int64_t importDate) {
+    m_store.BeginTransaction();
+    Statement remove(m_store.m_db, kDeleteByDate);
     if (!remove.IsPrepared()) return E_FAIL;
     remove.BindInt64(1, importDate);
     if (remove.Step() != SQLITE_DONE) return E_FAIL;
     return zandb4::ResultOf(remove.Finalize());
 }
 
-HRESULT CSQLiteFileBasicDB::ClearImportHistory() {
-    BeginTransaction();
-    return ExecuteStatement(kDeleteAll);
+HRESULT ImportHistoryRows::ClearImportHistory() {
+    m_store.BeginTransaction();
+    return zandb4::RunStatement(m_store.m_db, kDeleteAll);
 }

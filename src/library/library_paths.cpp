@@ -1,5 +1,5 @@
 // ResolveRoot: the root folder given, or the library file's own folder.
-#include "frame/library_paths.h"
+#include "library/library_paths.h"
 
 #include "platform/files.h"
 

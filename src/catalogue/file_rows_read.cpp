@@ -1,9 +1,10 @@
-// CSQLiteFileBasicDB: the reads of file_table. Result rows become the one
-// live record of their file through FileRecordCache, so two searches that
-// find one file hand out one object.
-#include "catalogue/file_basic_db.h"
+// FileTableRows: the reads of file_table. Result rows become the one live
+// record of their file through FileRecordCache, so two searches that find
+// one file hand out one object.
+#include "catalogue/file_rows.h"
+#include "catalogue/file_table.h"
+#include "faces/face_rows.h"
 #include "frame/com_ptr.h"
-#include "frame/database_registry.h"
 #include "frame/factory.h"
 #include "frame/file_record_cache.h"
 #include "platform/files.h"
@@ -12,21 +13,11 @@
 #include "storage/statement.h"
 
 using zandb4::ComPtr;
-namespace DatabaseRegistry = zandb4::DatabaseRegistry;
 using zandb4::FileRecordCache;
 using zandb4::Statement;
 
 namespace {
 
-constexpr WCHAR kSelectFile[] = u"SELECT * FROM file_table WHERE file_id=? LIMIT 1";
-constexpr WCHAR kSelectAllFiles[] = u"SELECT * FROM file_table";
-// The short column list of the reduced load: no file_name, file_attributes
-// or did_detect_face.
-constexpr WCHAR kSelectShortFiles[] =
-    u"SELECT file_id, file_path, disk_vsn, file_format, shooting_date, gps_latitude, gps_longitude, "
-    u"thumbnail_size, thumbnail_orientation, did_edit, is_favorite, album_id, manage, parent_id, upload_flag, "
-    u"classify_id FROM file_table";
-constexpr WCHAR kOrderByDateAndName[] = u" ORDER BY shooting_date ASC, file_name ASC";
 constexpr WCHAR kSelectFormats[] = u"SELECT file_format FROM file_table";
 constexpr WCHAR kSelectManageFlags[] = u"SELECT manage FROM file_table";
 constexpr WCHAR kSelectLatestDate[] = u"SELECT MAX(shooting_date) FROM file_table";
@@ -45,8 +36,8 @@ constexpr WCHAR kFaceRowsOfPerson[] =
 constexpr WCHAR kFaceRowsOfPet[] =
     u"SELECT * FROM file_table LEFT OUTER JOIN pet_face_table ON file_table.file_id=pet_face_table.file_id "
     u"WHERE pet_face_table.pet_id=? ORDER BY shooting_date DESC, file_name DESC";
-// The face columns follow the 21 columns of file_table.
-constexpr int kFirstFaceColumn = 21;
+// The face columns follow the columns of file_table.
+constexpr int kFirstFaceColumn = file_table::kColumnCount;
 
 constexpr WCHAR kFilesByDate[] =
     u"SELECT * FROM file_table WHERE ( shooting_date>=? AND shooting_date<=? AND manage=1 ) "
@@ -69,8 +60,8 @@ constexpr uint32_t kReducedMask = CZanDB4FileDBRecord::kReducedColumns;
 // The mask a load mode reads into a record; 0 reads nothing.
 uint32_t MaskOfMode(uint32_t mode) {
     switch (mode) {
-        case CSQLiteFileBasicDB::kLoadAll: return CZanDB4FileDBRecord::kAllColumns;
-        case CSQLiteFileBasicDB::kLoadShort: return kReducedMask;
+        case FileTableRows::kLoadAll: return CZanDB4FileDBRecord::kAllColumns;
+        case FileTableRows::kLoadShort: return kReducedMask;
         default: return 0;
     }
 }
@@ -107,11 +98,13 @@ void AppendManagedCondition(CZanTString& sql, IZanDB4QueryNode* query) {
 
 int64_t PackedWithoutMilliseconds(const SYSTEMTIME& date) { return CZanTDateTime(date).GetPacked(); }
 
-// The common body of the two row readers: read is called on the record the
-// row goes into, with the mask of the mode.
+// The common body of the two row readers: the row is turned into values
+// (by readRow, only when a record will take them) and read into the record
+// it goes to, with the mask of the mode; rowFields says which fields the row
+// form holds.
 template <class ReadRow>
 HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row, uint32_t mode,
-                         ReadRow&& read) {
+                         uint32_t rowFields, ReadRow&& readRow) {
     if (outId != nullptr) *outId = 0;
     if (outRecord != nullptr) *outRecord = nullptr;
     if (row == nullptr) return E_INVALIDARG;
@@ -120,13 +113,18 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
     uint32_t mask = MaskOfMode(mode);
 
     HRESULT result = S_OK;
+    auto read = [&](CZanDB4FileDBRecord& record) {
+        if (record.KnowsAnyOf(mask)) return;
+        FileRowValues values = readRow(*row);
+        record.ReadFields(mask, &values, rowFields);
+    };
     auto findOrMake = [&](FileRecordCache* cache) {
         IZanDB4FileDBRecord* live = nullptr;
         if (cache != nullptr && cache->Find(fileId, &live)) {
             // The live record is refreshed by the row; ReadFields keeps every
             // field the record already holds, a client's change included.
             if (mask != 0) {
-                if (auto* record = dynamic_cast<CZanDB4FileDBRecord*>(live)) read(*record, mask);
+                if (auto* record = dynamic_cast<CZanDB4FileDBRecord*>(live)) read(*record);
             }
             if (outRecord != nullptr)
                 *outRecord = live;
@@ -139,12 +137,12 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
         result = zandb4::CreateInstance(IID_IZanDB4FileDBRecord, reinterpret_cast<void**>(&made));
         if (result != S_OK) return;
         made->SetFileID(fileId);
-        if (mask != 0) read(*static_cast<CZanDB4FileDBRecord*>(made), mask);
+        if (mask != 0) read(*static_cast<CZanDB4FileDBRecord*>(made));
         if (cache != nullptr) cache->Add(fileId, made);
         *outRecord = made;
     };
     // Without a cache (the library is shutting down) a record is still made.
-    if (!FileRecordCache::Use(DatabaseRegistry::fileRecordCache,
+    if (!FileRecordCache::Use(zandb4::g_fileRecordCache,
                               [&](FileRecordCache& cache) { findOrMake(&cache); }))
         findOrMake(nullptr);
     return result;
@@ -152,21 +150,21 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
 
 }  // namespace
 
-HRESULT CSQLiteFileBasicDB::RecordFromRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row,
+HRESULT FileTableRows::RecordFromRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row,
+                                     uint32_t mode) {
+    return RecordFromAnyRow(outId, outRecord, row, mode, CZanDB4FileDBRecord::kAllColumns,
+                            [](const Statement& current) { return file_table::ReadRow(current); });
+}
+
+HRESULT FileTableRows::RecordFromShortRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row,
                                           uint32_t mode) {
-    return RecordFromAnyRow(outId, outRecord, row, mode,
-                            [row](CZanDB4FileDBRecord& record, uint32_t mask) { record.ReadFields(mask, row); });
+    return RecordFromAnyRow(outId, outRecord, row, mode, file_table::kShortRowFields,
+                            [](const Statement& current) { return file_table::ReadShortRow(current); });
 }
 
-HRESULT CSQLiteFileBasicDB::RecordFromShortRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord,
-                                               const Statement* row, uint32_t mode) {
-    return RecordFromAnyRow(outId, outRecord, row, mode,
-                            [row](CZanDB4FileDBRecord& record, uint32_t mask) { record.ReadShortRow(mask, *row); });
-}
-
-HRESULT CSQLiteFileBasicDB::GetFileRecord(uint64_t fileId, IZanDB4FileDBRecord** outRecord) {
+HRESULT FileTableRows::GetFileRecord(uint64_t fileId, IZanDB4FileDBRecord** outRecord) {
     if (outRecord != nullptr) *outRecord = nullptr;
-    Statement select(m_db, kSelectFile);
+    Statement select(m_store.m_db, file_table::kSelectById);
     if (!select.IsPrepared()) return E_FAIL;
     select.BindInt64(1, static_cast<int64_t>(fileId));
     if (select.Step() != SQLITE_ROW) return E_FAIL;
@@ -198,15 +196,15 @@ HRESULT NonEmpty(bool hasEntries) { return hasEntries ? S_OK : E_FAIL; }
 
 }  // namespace
 
-HRESULT CSQLiteFileBasicDB::ListFiles(IZanDB4QueryNode* query, uint32_t sortFlag,
+HRESULT FileTableRows::ListFiles(IZanDB4QueryNode* query, uint32_t sortFlag,
                                       CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode) {
     records.RemoveAll();
     bool shortRows = mode == kLoadShort;
     CZanTString sql;
-    sql = shortRows ? kSelectShortFiles : kSelectAllFiles;
+    sql = shortRows ? file_table::kSelectShortRows : file_table::kSelectAll;
     AppendCondition(sql, query);
-    if (sortFlag == 1) sql += kOrderByDateAndName;
-    Statement select(m_db, sql.GetString());
+    if (sortFlag == 1) sql += file_table::kOrderByDateAndName;
+    Statement select(m_store.m_db, sql.GetString());
     if (!select.IsPrepared()) return E_FAIL;
     CollectRecords(select, records, [&](IZanDB4FileDBRecord** out) {
         return shortRows ? RecordFromShortRow(nullptr, out, &select, mode)
@@ -232,15 +230,15 @@ HRESULT ListColumnValues(sqlite3* db, const WCHAR* prefix, IZanDB4QueryNode* que
 
 }  // namespace
 
-HRESULT CSQLiteFileBasicDB::ListFileFormats(IZanDB4QueryNode* query, CZanTList<uint32_t>& formats) {
-    return ListColumnValues(m_db, kSelectFormats, query, formats);
+HRESULT FileTableRows::ListFileFormats(IZanDB4QueryNode* query, CZanTList<uint32_t>& formats) {
+    return ListColumnValues(m_store.m_db, kSelectFormats, query, formats);
 }
 
-HRESULT CSQLiteFileBasicDB::ListManageFlags(IZanDB4QueryNode* query, CZanTList<uint32_t>& flags) {
-    return ListColumnValues(m_db, kSelectManageFlags, query, flags);
+HRESULT FileTableRows::ListManageFlags(IZanDB4QueryNode* query, CZanTList<uint32_t>& flags) {
+    return ListColumnValues(m_store.m_db, kSelectManageFlags, query, flags);
 }
 
-HRESULT CSQLiteFileBasicDB::ListMissingFiles(CZanTArray<uint64_t>& fileIds) {
+HRESULT FileTableRows::ListMissingFiles(CZanTArray<uint64_t>& fileIds) {
     fileIds.RemoveAll();
     CZanTList<IZanDB4FileDBRecord*> records;
     ListFiles(nullptr, 0, records, kLoadAll);
@@ -260,15 +258,15 @@ HRESULT CSQLiteFileBasicDB::ListMissingFiles(CZanTArray<uint64_t>& fileIds) {
     return NonEmpty(!fileIds.IsEmpty());
 }
 
-HRESULT CSQLiteFileBasicDB::ListFilesOfIndividual(uint64_t individualId, uint32_t type,
+HRESULT FileTableRows::ListFilesOfIndividual(uint64_t individualId, uint32_t type,
                                                   CZanTList<IZanDB4FileDBRecord*>& files, uint32_t mode,
                                                   CZanTList<IZanDB4FaceDBRecord*>* faces) {
     files.RemoveAll();
     if (faces != nullptr) faces->RemoveAll();
-    if (type != kPerson && type != kPet) return E_FAIL;
-    const WCHAR* sql = faces != nullptr ? (type == kPerson ? kFaceRowsOfPerson : kFaceRowsOfPet)
-                                        : (type == kPerson ? kFilesOfPerson : kFilesOfPet);
-    Statement select(m_db, sql);
+    if (type != CSQLiteFileBasicDB::kPerson && type != CSQLiteFileBasicDB::kPet) return E_FAIL;
+    const WCHAR* sql = faces != nullptr ? (type == CSQLiteFileBasicDB::kPerson ? kFaceRowsOfPerson : kFaceRowsOfPet)
+                                        : (type == CSQLiteFileBasicDB::kPerson ? kFilesOfPerson : kFilesOfPet);
+    Statement select(m_store.m_db, sql);
     if (!select.IsPrepared()) return E_FAIL;
     select.BindInt64(1, static_cast<int64_t>(individualId));
     while (select.Step() == SQLITE_ROW) {
@@ -276,7 +274,7 @@ HRESULT CSQLiteFileBasicDB::ListFilesOfIndividual(uint64_t individualId, uint32_
         if (RecordFromRow(nullptr, &file, &select, mode) == S_OK && file != nullptr) files.AddTail(file);
         if (faces == nullptr) continue;
         IZanDB4FaceDBRecord* face = nullptr;
-        if (ReadFaceRow(&face, select, type, kFirstFaceColumn) == S_OK) faces->AddTail(face);
+        if (FaceTableRows::ReadFaceRow(&face, select, type, kFirstFaceColumn) == S_OK) faces->AddTail(face);
     }
     select.Finalize();
     return NonEmpty(!files.IsEmpty());
@@ -296,35 +294,35 @@ bool ReadDateAggregate(sqlite3* db, const CZanTString& sql, CZanTDateTime& date)
 
 }  // namespace
 
-HRESULT CSQLiteFileBasicDB::GetShootingDateRange(IZanDB4QueryNode* query, CZanTDateTime& oldest,
+HRESULT FileTableRows::GetShootingDateRange(IZanDB4QueryNode* query, CZanTDateTime& oldest,
                                                  CZanTDateTime& latest) {
     CZanTString latestSql, oldestSql;
     latestSql = kSelectLatestDate;
     oldestSql = kSelectOldestDate;
     AppendManagedCondition(latestSql, query);
     AppendManagedCondition(oldestSql, query);
-    bool latestRead = ReadDateAggregate(m_db, latestSql, latest);
-    bool oldestRead = ReadDateAggregate(m_db, oldestSql, oldest);
+    bool latestRead = ReadDateAggregate(m_store.m_db, latestSql, latest);
+    bool oldestRead = ReadDateAggregate(m_store.m_db, oldestSql, oldest);
     return latestRead && oldestRead ? S_OK : E_FAIL;
 }
 
-HRESULT CSQLiteFileBasicDB::ListShootingDates(IZanDB4QueryNode* query, CZanTList<SYSTEMTIME>* dates) {
+HRESULT FileTableRows::ListShootingDates(IZanDB4QueryNode* query, CZanTList<SYSTEMTIME>* dates) {
     if (dates == nullptr) return E_INVALIDARG;
     dates->RemoveAll();
     CZanTString sql;
     sql = kSelectDates;
     AppendManagedCondition(sql, query);
-    Statement select(m_db, sql.GetString());
+    Statement select(m_store.m_db, sql.GetString());
     if (!select.IsPrepared()) return E_FAIL;
     while (select.Step() == SQLITE_ROW) dates->AddTail(CZanTDateTime(select.ColumnInt64(0)).m_time);
     // An empty result is no failure here.
     return zandb4::ResultOf(select.Finalize());
 }
 
-HRESULT CSQLiteFileBasicDB::ListFilesByDate(const SYSTEMTIME& first, const SYSTEMTIME& last, BOOL parent,
+HRESULT FileTableRows::ListFilesByDate(const SYSTEMTIME& first, const SYSTEMTIME& last, BOOL parent,
                                             CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode) {
     records.RemoveAll();
-    Statement select(m_db, parent ? kFilesByParentDate : kFilesByDate);
+    Statement select(m_store.m_db, parent ? kFilesByParentDate : kFilesByDate);
     if (!select.IsPrepared()) return E_FAIL;
     select.BindInt64(1, PackedWithoutMilliseconds(first));
     select.BindInt64(2, PackedWithoutMilliseconds(last));
@@ -334,14 +332,14 @@ HRESULT CSQLiteFileBasicDB::ListFilesByDate(const SYSTEMTIME& first, const SYSTE
     return NonEmpty(!records.IsEmpty());
 }
 
-HRESULT CSQLiteFileBasicDB::ListFilesByImport(const SYSTEMTIME& importDate, const uint32_t* importClass,
+HRESULT FileTableRows::ListFilesByImport(const SYSTEMTIME& importDate, const uint32_t* importClass,
                                               uint32_t options, CZanTList<IZanDB4FileDBRecord*>& records,
                                               uint32_t mode) {
     records.RemoveAll();
     CZanTString sql;
     sql = importClass != nullptr ? kFilesOfImportClass : kFilesOfImport;
     if ((options & kImportUnordered) == 0) sql += kImportOrder;
-    Statement select(m_db, sql.GetString());
+    Statement select(m_store.m_db, sql.GetString());
     if (!select.IsPrepared()) return E_FAIL;
     select.BindInt64(1, PackedWithoutMilliseconds(importDate));
     if (importClass != nullptr) select.BindInt(2, static_cast<int32_t>(*importClass));

@@ -21,6 +21,7 @@ inline int32_t initCount = 0;
 inline CSQLiteFileBasicDB* fileBasicDB = nullptr;
 
 // The live file records by file id; made once per start, reference counted.
-inline FileRecordCache* fileRecordCache = nullptr;
+// The pointer is the frame's slot, which records and stores use directly.
+inline FileRecordCache*& fileRecordCache = g_fileRecordCache;
 
 }  // namespace zandb4::DatabaseRegistry

@@ -8,9 +8,9 @@
 // Stores are made in a fixed order and closed in another, with the catalogue
 // last because everything before it may still reach it.
 #include "catalogue/file_basic_db.h"
-#include "frame/database_registry.h"
 #include "frame/factory.h"
-#include "frame/library_paths.h"
+#include "library/database_registry.h"
+#include "library/library_paths.h"
 #include "platform/files.h"
 #include "zandb4/exports.h"
 #include "zandb4/foundation.h"

@@ -1,6 +1,6 @@
-// The catalogue's operations on meta_table: one row of metadata per file,
-// unique by file_id through meta_file_idx (which an upgraded file may lack).
-#include "catalogue/file_basic_db.h"
+// MetaTableRows: metadata rows to records and back.
+#include "records/meta_rows.h"
+
 #include "frame/com_ptr.h"
 #include "frame/factory.h"
 #include "records/file_meta_db_record.h"
@@ -12,28 +12,10 @@ using zandb4::Statement;
 
 namespace {
 
-constexpr WCHAR kSelectMetaRow[] = u"SELECT * FROM meta_table WHERE file_id=? LIMIT 1";
-constexpr WCHAR kInsertMetaRow[] =
-    u"INSERT INTO meta_table (file_id,filter_data,file_size,file_update_date,import_date,duration, "
-    u"pixel_width,pixel_height,panorama_number,drive_number,frame_rate, import_class, gps_altitude, gps_direction, "
-    u"gps_areainfo, model_name, picture_mode, finishing_mode, art_filter, focus_mode, param_flag) "
-    u"VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)";
-constexpr WCHAR kUpdateMetaRow[] =
-    u"UPDATE meta_table SET filter_data=?, file_size=?, file_update_date=?, duration=?, pixel_width=?, "
-    u"pixel_height=?, panorama_number=?, drive_number=?, frame_rate=?, gps_altitude=?, gps_direction=?, "
-    u"gps_areainfo=?, model_name=?, picture_mode=?, finishing_mode=?, art_filter=?, focus_mode=?, param_flag=?, "
-    u"import_date=?, import_class=? WHERE file_id=?";
-constexpr WCHAR kDeleteMetaRow[] = u"DELETE FROM meta_table WHERE file_id=?";
-constexpr WCHAR kCountMetaRows[] = u"SELECT COUNT(*) FROM meta_table WHERE file_id=?";
-constexpr WCHAR kSelectAllMeta[] = u"SELECT * FROM meta_table";
-constexpr WCHAR kSelectModelMeta[] = u"SELECT * FROM meta_table WHERE model_name!=''";
+using namespace meta_table;
 
-// Column positions of "SELECT * FROM meta_table".
-enum MetaColumn {
-    kFileId, kFilterData, kFileSize, kFileUpdateDate, kImportDate, kDuration, kPixelWidth, kPixelHeight,
-    kPanoramaNumber, kDriveNumber, kFrameRate, kImportClass, kGpsAltitude, kGpsDirection, kGpsAreaInfo,
-    kModelName, kPictureMode, kFinishingMode, kArtFilter, kFocusMode, kParamFlag
-};
+// The bind position of a column in kInsert.
+int Position(Column column) { return column + 1; }
 
 uint32_t Column32(const Statement& row, int column) { return static_cast<uint32_t>(row.ColumnInt64(column)); }
 
@@ -69,7 +51,7 @@ ComPtr<IZanDB4FileMetaDBRecord> MetaRecordFromRow(const Statement& row) {
 
 }  // namespace
 
-CSQLiteFileBasicDB::MetaRowValues CSQLiteFileBasicDB::MetaValuesOf(IZanDB4FileMetaDBRecord* record) {
+MetaRowValues MetaTableRows::MetaValuesOf(IZanDB4FileMetaDBRecord* record) {
     MetaRowValues values;
     record->GetFilterData(&values.filterData, &values.filterDataSize);
     uint64_t fileSize = 0, duration = 0;
@@ -111,10 +93,10 @@ CSQLiteFileBasicDB::MetaRowValues CSQLiteFileBasicDB::MetaValuesOf(IZanDB4FileMe
     return values;
 }
 
-HRESULT CSQLiteFileBasicDB::FindMetaRecord(IZanDB4FileMetaDBRecord** outRecord, uint64_t fileId) {
+HRESULT MetaTableRows::FindMetaRecord(IZanDB4FileMetaDBRecord** outRecord, uint64_t fileId) {
     if (outRecord == nullptr) return E_INVALIDARG;
     *outRecord = nullptr;
-    Statement select(m_db, kSelectMetaRow);
+    Statement select(m_store.m_db, kSelectByFileId);
     if (!select.IsPrepared()) return E_FAIL;
     select.BindInt64(1, static_cast<int64_t>(fileId));
     if (select.Step() != SQLITE_ROW) return E_FAIL;
@@ -124,7 +106,7 @@ HRESULT CSQLiteFileBasicDB::FindMetaRecord(IZanDB4FileMetaDBRecord** outRecord, 
     return S_OK;
 }
 
-HRESULT CSQLiteFileBasicDB::InsertMetaRecord(uint64_t fileId, IZanDB4FileDBRecord* fileRecord, BOOL retry) {
+HRESULT MetaTableRows::InsertMetaRecord(uint64_t fileId, IZanDB4FileDBRecord* fileRecord, BOOL retry) {
     if (fileRecord == nullptr) return E_INVALIDARG;
     ComPtr<IZanDB4FileMetaDBRecord> meta;
     HRESULT found = fileRecord->GetMetaRecord(meta.Receive());
@@ -133,33 +115,33 @@ HRESULT CSQLiteFileBasicDB::InsertMetaRecord(uint64_t fileId, IZanDB4FileDBRecor
     return InsertMetaRow(fileId, MetaValuesOf(meta.Get()), retry);
 }
 
-HRESULT CSQLiteFileBasicDB::InsertMetaRow(uint64_t fileId, const MetaRowValues& v, BOOL retry) {
-    BeginTransaction();
+HRESULT MetaTableRows::InsertMetaRow(uint64_t fileId, const MetaRowValues& v, BOOL retry) {
+    m_store.BeginTransaction();
     bool inserted;
     {
-        Statement insert(m_db, kInsertMetaRow);
+        Statement insert(m_store.m_db, kInsert);
         if (!insert.IsPrepared()) return E_FAIL;
-        insert.BindInt64(1, static_cast<int64_t>(fileId));
-        insert.BindBlob(2, v.filterData, static_cast<int>(v.filterDataSize));
-        insert.BindInt64(3, v.fileSize);
-        insert.BindInt64(4, v.fileUpdateDate);
-        insert.BindInt64(5, v.importDate);
-        insert.BindInt64(6, v.duration);
-        insert.BindInt(7, static_cast<int32_t>(v.pixelWidth));
-        insert.BindInt(8, static_cast<int32_t>(v.pixelHeight));
-        insert.BindInt(9, static_cast<int32_t>(v.panoramaNumber));
-        insert.BindInt(10, static_cast<int32_t>(v.driveNumber));
-        insert.BindInt(11, static_cast<int32_t>(v.frameRate));
-        insert.BindInt(12, static_cast<int32_t>(v.importClass));
-        insert.BindInt64(13, v.gpsAltitude);
-        insert.BindInt64(14, v.gpsDirection);
-        insert.BindText(15, v.gpsAreaInfo);
-        insert.BindText(16, v.modelName);
-        insert.BindInt(17, static_cast<int32_t>(v.pictureMode));
-        insert.BindInt(18, static_cast<int32_t>(v.finishingMode));
-        insert.BindInt(19, static_cast<int32_t>(v.artFilter));
-        insert.BindInt(20, static_cast<int32_t>(v.focusMode));
-        insert.BindInt(21, static_cast<int32_t>(v.paramFlag));
+        insert.BindInt64(Position(kFileId), static_cast<int64_t>(fileId));
+        insert.BindBlob(Position(kFilterData), v.filterData, static_cast<int>(v.filterDataSize));
+        insert.BindInt64(Position(kFileSize), v.fileSize);
+        insert.BindInt64(Position(kFileUpdateDate), v.fileUpdateDate);
+        insert.BindInt64(Position(kImportDate), v.importDate);
+        insert.BindInt64(Position(kDuration), v.duration);
+        insert.BindInt(Position(kPixelWidth), static_cast<int32_t>(v.pixelWidth));
+        insert.BindInt(Position(kPixelHeight), static_cast<int32_t>(v.pixelHeight));
+        insert.BindInt(Position(kPanoramaNumber), static_cast<int32_t>(v.panoramaNumber));
+        insert.BindInt(Position(kDriveNumber), static_cast<int32_t>(v.driveNumber));
+        insert.BindInt(Position(kFrameRate), static_cast<int32_t>(v.frameRate));
+        insert.BindInt(Position(kImportClass), static_cast<int32_t>(v.importClass));
+        insert.BindInt64(Position(kGpsAltitude), v.gpsAltitude);
+        insert.BindInt64(Position(kGpsDirection), v.gpsDirection);
+        insert.BindText(Position(kGpsAreaInfo), v.gpsAreaInfo);
+        insert.BindText(Position(kModelName), v.modelName);
+        insert.BindInt(Position(kPictureMode), static_cast<int32_t>(v.pictureMode));
+        insert.BindInt(Position(kFinishingMode), static_cast<int32_t>(v.finishingMode));
+        insert.BindInt(Position(kArtFilter), static_cast<int32_t>(v.artFilter));
+        insert.BindInt(Position(kFocusMode), static_cast<int32_t>(v.focusMode));
+        insert.BindInt(Position(kParamFlag), static_cast<int32_t>(v.paramFlag));
         bool stepped = insert.Step() == SQLITE_DONE;
         inserted = insert.Finalize() == SQLITE_OK && stepped;
     }
@@ -170,9 +152,9 @@ HRESULT CSQLiteFileBasicDB::InsertMetaRow(uint64_t fileId, const MetaRowValues& 
     return InsertMetaRow(fileId, v, 0);
 }
 
-HRESULT CSQLiteFileBasicDB::UpdateMetaRecord(uint64_t fileId, IZanDB4FileDBRecord* fileRecord) {
+HRESULT MetaTableRows::UpdateMetaRecord(uint64_t fileId, IZanDB4FileDBRecord* fileRecord) {
     if (fileRecord == nullptr) return E_INVALIDARG;
-    BeginTransaction();
+    m_store.BeginTransaction();
     ComPtr<IZanDB4FileMetaDBRecord> meta;
     if (fileRecord->GetMetaRecord(meta.Receive()) != S_OK || !meta) return DeleteMetaRecord(fileId);
     if (!HasMetaRecord(fileId)) return InsertMetaRecord(fileId, fileRecord, 1);
@@ -180,9 +162,9 @@ HRESULT CSQLiteFileBasicDB::UpdateMetaRecord(uint64_t fileId, IZanDB4FileDBRecor
     return UpdateMetaRow(fileId, MetaValuesOf(meta.Get()));
 }
 
-HRESULT CSQLiteFileBasicDB::UpdateMetaRow(uint64_t fileId, const MetaRowValues& v) {
-    BeginTransaction();
-    Statement update(m_db, kUpdateMetaRow);
+HRESULT MetaTableRows::UpdateMetaRow(uint64_t fileId, const MetaRowValues& v) {
+    m_store.BeginTransaction();
+    Statement update(m_store.m_db, kUpdate);
     if (!update.IsPrepared()) return E_FAIL;
     update.BindBlob(1, v.filterData, static_cast<int>(v.filterDataSize));
     update.BindInt64(2, v.fileSize);
@@ -209,16 +191,16 @@ HRESULT CSQLiteFileBasicDB::UpdateMetaRow(uint64_t fileId, const MetaRowValues& 
     return zandb4::ResultOf(update.Finalize());
 }
 
-HRESULT CSQLiteFileBasicDB::DeleteMetaRecord(uint64_t fileId) {
-    BeginTransaction();
-    Statement remove(m_db, kDeleteMetaRow);
+HRESULT MetaTableRows::DeleteMetaRecord(uint64_t fileId) {
+    m_store.BeginTransaction();
+    Statement remove(m_store.m_db, kDeleteByFileId);
     if (!remove.IsPrepared()) return E_FAIL;
     remove.BindInt64(1, static_cast<int64_t>(fileId));
     return remove.Step() == SQLITE_DONE ? S_OK : E_FAIL;
 }
 
-BOOL CSQLiteFileBasicDB::HasMetaRecord(uint64_t fileId) {
-    Statement count(m_db, kCountMetaRows);
+BOOL MetaTableRows::HasMetaRecord(uint64_t fileId) {
+    Statement count(m_store.m_db, kCountByFileId);
     if (!count.IsPrepared()) return 0;
     count.BindInt64(1, static_cast<int64_t>(fileId));
     return count.Step() == SQLITE_ROW && count.ColumnInt64(0) > 0 ? 1 : 0;
@@ -228,8 +210,6 @@ namespace {
 
 // Empties the list (without releasing what it held), then appends a record
 // per row of select, one reference each; E_FAIL when the list ends empty.
-// "model_name!=''" is false for NULL too, so rows without a model are
-// skipped either way.
 HRESULT FillMetaRecords(sqlite3* db, const WCHAR* sql, CZanTList<IZanDB4FileMetaDBRecord*>& records) {
     records.RemoveAll();
     Statement select(db, sql);
@@ -246,17 +226,17 @@ HRESULT FillMetaRecords(sqlite3* db, const WCHAR* sql, CZanTList<IZanDB4FileMeta
 
 }  // namespace
 
-HRESULT CSQLiteFileBasicDB::ListMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records) {
-    return FillMetaRecords(m_db, kSelectAllMeta, records);
+HRESULT MetaTableRows::ListMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records) {
+    return FillMetaRecords(m_store.m_db, kSelectAll, records);
 }
 
-HRESULT CSQLiteFileBasicDB::ListModelMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records) {
-    return FillMetaRecords(m_db, kSelectModelMeta, records);
+HRESULT MetaTableRows::ListModelMetaRecords(CZanTList<IZanDB4FileMetaDBRecord*>& records) {
+    return FillMetaRecords(m_store.m_db, kSelectWithModel, records);
 }
 
-HRESULT CSQLiteFileBasicDB::ForEachModelMetaRecord(ZanDB4MetaRecordCallback callback, void* context) {
+HRESULT MetaTableRows::ForEachModelMetaRecord(ZanDB4MetaRecordCallback callback, void* context) {
     if (callback == nullptr) return E_INVALIDARG;
-    Statement select(m_db, kSelectModelMeta);
+    Statement select(m_store.m_db, kSelectWithModel);
     if (!select.IsPrepared()) return E_FAIL;
     while (select.Step() == SQLITE_ROW) {
         ComPtr<IZanDB4FileMetaDBRecord> record = MetaRecordFromRow(select);

@@ -1,63 +1,38 @@
-// CSQLiteFileBasicDB: the writes of file_table. A row is inserted from a
-// record or from plain values, changed by an UPDATE generated from the
-// record's changed mask, and deleted with everything that hangs on it.
+// FileTableRows: the writes of file_table. A row is inserted from a record
+// or from plain values, changed by an UPDATE generated from the record's
+// changed mask, and deleted with everything that hangs on it.
 #include <cstdarg>
 
-#include "catalogue/file_basic_db.h"
+#include "albums/tag_links.h"
+#include "catalogue/file_rows.h"
+#include "catalogue/file_table.h"
+#include "faces/face_rows.h"
 #include "frame/com_ptr.h"
-#include "frame/database_registry.h"
 #include "frame/factory.h"
 #include "frame/file_record_cache.h"
 #include "records/file_db_record.h"
+#include "records/meta_rows.h"
+#include "shards/main_image_cache_rows.h"
 #include "storage/result_codes.h"
 #include "storage/statement.h"
 
 using zandb4::ComPtr;
-namespace DatabaseRegistry = zandb4::DatabaseRegistry;
 using zandb4::FileRecordCache;
 using zandb4::Statement;
 
 namespace {
 
-constexpr WCHAR kInsertFile[] =
-    u"INSERT INTO file_table (file_id, file_path, disk_vsn, path_key, file_name, file_format, shooting_date, "
-    u"gps_latitude, gps_longitude, file_attributes, thumbnail_size, thumbnail_orientation, did_edit, is_favorite, "
-    u"did_detect_face, album_id, manage, parent_id, parent_shooting_date, upload_flag, classify_id ) "
-    u"VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)";
-constexpr WCHAR kSelectAlbumOfFile[] = u"SELECT album_id FROM file_table WHERE file_id=? LIMIT 1";
-constexpr WCHAR kDeleteFileTags[] = u"DELETE FROM tag_file_table WHERE file_id=?";
-constexpr WCHAR kDeleteFile[] = u"DELETE FROM file_table WHERE file_id=?";
 constexpr WCHAR kItemGroupPath[] = u":ITEM_GROUP:";
 constexpr uint32_t kItemGroupManage = 2;
 
 enum class InsertOutcome { kDone, kNotPrepared, kFailed };
 
-// Runs the insert of one file_table row. Paths and the key are derived here,
-// so both insert forms apply the same separator rules.
-InsertOutcome RunFileInsert(sqlite3* db, const CSQLiteFileBasicDB::FileRowValues& row) {
-    Statement insert(db, kInsertFile);
+// Runs the insert of one file_table row. Paths and the key are derived by
+// the bind, so both insert forms apply the same separator rules.
+InsertOutcome RunFileInsert(sqlite3* db, const FileRowValues& row) {
+    Statement insert(db, file_table::kInsert);
     if (!insert.IsPrepared()) return InsertOutcome::kNotPrepared;
-    insert.BindInt64(1, static_cast<int64_t>(row.fileId));
-    insert.BindText(2, CSQLiteFileBasicDB::StoredFilePath(row.filePath));
-    insert.BindInt(3, static_cast<int32_t>(row.diskVsn));
-    insert.BindText(4, CSQLiteFileBasicDB::PathKeyOf(row.filePath, row.diskVsn));
-    insert.BindText(5, CSQLiteFileBasicDB::StoredFileName(row.fileName));
-    insert.BindInt(6, static_cast<int32_t>(row.fileFormat));
-    insert.BindInt64(7, row.shootingDate);
-    insert.BindDouble(8, row.latitude);
-    insert.BindDouble(9, row.longitude);
-    insert.BindInt(10, static_cast<int32_t>(row.fileAttributes));
-    insert.BindInt(11, static_cast<int32_t>(row.thumbnailSize));
-    insert.BindInt(12, static_cast<int32_t>(row.thumbnailOrientation));
-    insert.BindInt(13, row.didEdit ? 1 : 0);
-    insert.BindInt(14, row.isFavorite ? 1 : 0);
-    insert.BindInt(15, row.didDetectFace ? 1 : 0);
-    insert.BindInt64(16, static_cast<int64_t>(row.albumId));
-    insert.BindInt(17, static_cast<int32_t>(row.manage));
-    insert.BindInt64(18, static_cast<int64_t>(row.parentId));
-    insert.BindInt64(19, row.parentShootingDate);
-    insert.BindInt(20, row.uploadFlag ? 1 : 0);
-    insert.BindInt(21, static_cast<int32_t>(row.classifyId));
+    file_table::BindInsert(insert, row);
     int step = insert.Step();
     insert.Finalize();
     return step == SQLITE_DONE ? InsertOutcome::kDone : InsertOutcome::kFailed;
@@ -78,7 +53,7 @@ uint32_t Flag(IZanDB4FileDBRecord* record, HRESULT (IZanDB4FileDBRecord::*getter
 // The values a file row takes over from a record, whether the row is the
 // record's own or an item group's made from it: shooting date, position,
 // attributes, thumbnail, flags, album and class.
-void ReadDescriptiveValues(IZanDB4FileDBRecord* record, CSQLiteFileBasicDB::FileRowValues& row) {
+void ReadDescriptiveValues(IZanDB4FileDBRecord* record, FileRowValues& row) {
     record->GetShootingDateValue(&row.shootingDate);
     float latitude = 0, longitude = 0;
     record->GetGPS(&latitude, &longitude);
@@ -100,8 +75,8 @@ void ReadDescriptiveValues(IZanDB4FileDBRecord* record, CSQLiteFileBasicDB::File
 }
 
 // Every column value of a record, read through its getters.
-CSQLiteFileBasicDB::FileRowValues RowValuesOf(IZanDB4FileDBRecord* record) {
-    CSQLiteFileBasicDB::FileRowValues row;
+FileRowValues RowValuesOf(IZanDB4FileDBRecord* record) {
+    FileRowValues row;
     record->GetFileID(&row.fileId);
     record->GetFilePath(row.filePath, &row.diskVsn);
     record->GetFileName(row.fileName);
@@ -152,14 +127,14 @@ CZanTString ColumnUpdateOf(IZanDB4FileDBRecord* record, uint32_t mask, uint64_t 
         CZanTString path;
         uint32_t diskVsn = 0;
         record->GetFilePath(path, &diskVsn);
-        set.Text(u"file_path", CSQLiteFileBasicDB::StoredFilePath(path));
+        set.Text(u"file_path", file_table::StoredFilePath(path));
         set.Unsigned(u"disk_vsn", diskVsn);
-        set.Text(u"path_key", CSQLiteFileBasicDB::PathKeyOf(path, diskVsn));
+        set.Text(u"path_key", file_table::PathKeyOf(path, diskVsn));
     }
     if (mask & CZanDB4FileDBRecord::kFileName) {
         CZanTString name;
         record->GetFileName(name);
-        set.Text(u"file_name", CSQLiteFileBasicDB::StoredFileName(name));
+        set.Text(u"file_name", file_table::StoredFileName(name));
     }
     if (mask & CZanDB4FileDBRecord::kFileFormat) {
         uint32_t format = 0;
@@ -221,22 +196,22 @@ CZanTString ColumnUpdateOf(IZanDB4FileDBRecord* record, uint32_t mask, uint64_t 
 
 }  // namespace
 
-HRESULT CSQLiteFileBasicDB::InsertFileRecord(IZanDB4FileDBRecord* record) {
+HRESULT FileTableRows::InsertFileRecord(IZanDB4FileDBRecord* record) {
     if (record == nullptr) return E_INVALIDARG;
-    BeginTransaction();
+    m_store.BeginTransaction();
     FileRowValues row = RowValuesOf(record);
-    InsertOutcome outcome = RunFileInsert(m_db, row);
+    InsertOutcome outcome = RunFileInsert(m_store.m_db, row);
     // A statement that does not prepare is not reported: callers find out
     // from a later read. Existing clients are written against this.
     if (outcome == InsertOutcome::kNotPrepared) return S_OK;
     if (outcome == InsertOutcome::kFailed) return E_FAIL;
 
-    if (row.albumId != 0) m_albumRecount.insert(row.albumId);
+    if (row.albumId != 0) m_store.NoteAlbumForRecount(row.albumId);
     // A file without tags or metadata is still a good file: these results
     // do not decide the insert's.
-    WriteFileTags(row.fileId, record);
-    InsertMetaRecord(row.fileId, record, 1);
-    FileRecordCache::Use(DatabaseRegistry::fileRecordCache, [&](FileRecordCache& cache) {
+    TagFileLinks(m_store).WriteFileTags(row.fileId, record);
+    MetaTableRows(m_store).InsertMetaRecord(row.fileId, record, 1);
+    FileRecordCache::Use(zandb4::g_fileRecordCache, [&](FileRecordCache& cache) {
         IZanDB4FileDBRecord* live = nullptr;
         if (cache.Find(row.fileId, &live)) {
             live->Release();  // the id already has its live record
@@ -247,14 +222,14 @@ HRESULT CSQLiteFileBasicDB::InsertFileRecord(IZanDB4FileDBRecord* record) {
     return S_OK;
 }
 
-HRESULT CSQLiteFileBasicDB::InsertFileRow(const FileRowValues& values) {
-    BeginTransaction();
-    if (RunFileInsert(m_db, values) != InsertOutcome::kDone) return E_FAIL;
-    if (values.albumId != 0) m_albumRecount.insert(values.albumId);
+HRESULT FileTableRows::InsertFileRow(const FileRowValues& values) {
+    m_store.BeginTransaction();
+    if (RunFileInsert(m_store.m_db, values) != InsertOutcome::kDone) return E_FAIL;
+    if (values.albumId != 0) m_store.NoteAlbumForRecount(values.albumId);
     return S_OK;
 }
 
-HRESULT CSQLiteFileBasicDB::AddItemGroupFile(uint64_t fileId, IZanDB4FileDBRecord* source) {
+HRESULT FileTableRows::AddItemGroupFile(uint64_t fileId, IZanDB4FileDBRecord* source) {
     if (source == nullptr) return E_INVALIDARG;
     ComPtr<IZanDB4FileDBRecord> held = ComPtr<IZanDB4FileDBRecord>::Share(source);
 
@@ -279,13 +254,13 @@ HRESULT CSQLiteFileBasicDB::AddItemGroupFile(uint64_t fileId, IZanDB4FileDBRecor
     source->SetFileID(fileId);
     source->MarkColumnsChanged(0);
     source->MarkRelationsChanged(0);
-    if (row.albumId != 0) m_albumRecount.insert(row.albumId);
-    WriteFileTags(fileId, source);
-    InsertMetaRecord(fileId, source, 1);
+    if (row.albumId != 0) m_store.NoteAlbumForRecount(row.albumId);
+    TagFileLinks(m_store).WriteFileTags(fileId, source);
+    MetaTableRows(m_store).InsertMetaRecord(fileId, source, 1);
     return result;
 }
 
-HRESULT CSQLiteFileBasicDB::SetParentOfFiles(const CZanTArray<uint64_t>& fileIds, uint64_t parentId,
+HRESULT FileTableRows::SetParentOfFiles(const CZanTArray<uint64_t>& fileIds, uint64_t parentId,
                                              const CZanTDateTime& parentDate) {
     ComPtr<IZanDB4FileDBRecord> carrier;
     HRESULT result =
@@ -303,7 +278,7 @@ HRESULT CSQLiteFileBasicDB::SetParentOfFiles(const CZanTArray<uint64_t>& fileIds
         // A client holding the file sees the new parent too. Its setter takes
         // the store's lock, so it runs outside the cache's lock.
         ComPtr<IZanDB4FileDBRecord> live;
-        FileRecordCache::Use(DatabaseRegistry::fileRecordCache,
+        FileRecordCache::Use(zandb4::g_fileRecordCache,
                              [&](FileRecordCache& cache) { cache.Find(fileId, live.Receive()); });
         if (live) live->SetParent(&parentId, &parentDate.m_time);
     }
@@ -313,21 +288,21 @@ HRESULT CSQLiteFileBasicDB::SetParentOfFiles(const CZanTArray<uint64_t>& fileIds
 // The new album goes to the recount, and so does the album of the row's live
 // record. That record is usually this very one, so this notes the new album
 // again; the record's own SetAlbumID noted the old one.
-void CSQLiteFileBasicDB::NoteAlbumsOfUpdate(uint64_t fileId, IZanDB4FileDBRecord* record) {
+void FileTableRows::NoteAlbumsOfUpdate(uint64_t fileId, IZanDB4FileDBRecord* record) {
     uint64_t albumId = 0;
     record->GetAlbumID(&albumId);
-    if (albumId != 0) m_albumRecount.insert(albumId);
+    if (albumId != 0) m_store.NoteAlbumForRecount(albumId);
     ComPtr<IZanDB4FileDBRecord> stored;
     if (GetFileRecord(fileId, stored.Receive()) == S_OK && stored) {
         uint64_t storedAlbum = 0;
         stored->GetAlbumID(&storedAlbum);
-        if (storedAlbum != 0) m_albumRecount.insert(storedAlbum);
+        if (storedAlbum != 0) m_store.NoteAlbumForRecount(storedAlbum);
     }
 }
 
-HRESULT CSQLiteFileBasicDB::UpdateFileRecord(uint64_t fileId, IZanDB4FileDBRecord* record) {
+HRESULT FileTableRows::UpdateFileRecord(uint64_t fileId, IZanDB4FileDBRecord* record) {
     if (record == nullptr) return E_FAIL;
-    BeginTransaction();
+    m_store.BeginTransaction();
     uint32_t mask = 0;
     record->GetChangedMask(&mask);
     if (mask != 0) {
@@ -337,59 +312,51 @@ HRESULT CSQLiteFileBasicDB::UpdateFileRecord(uint64_t fileId, IZanDB4FileDBRecor
         // With only relation bits in the mask the SET list is empty and the
         // statement fails here: such a record saves its tags along with a
         // column, or through the tag operations.
-        char* message = nullptr;
-        int code = zandb4::sqlite3_exec16(m_db, sql.GetString(), nullptr, nullptr, &message);
-        sqlite3_free(message);
-        if (code != SQLITE_OK) return E_FAIL;
+        if (zandb4::RunStatement(m_store.m_db, sql.GetString()) != S_OK) return E_FAIL;
         record->MarkColumnsChanged(0);
     }
     uint32_t relations = 0;
     if (record->GetRelationsChangedMask(&relations)) {
         HRESULT written = S_OK;
-        if (relations & CZanDB4FileDBRecord::kTagSet) written = ReplaceFileTags(fileId, record);
-        if (relations & CZanDB4FileDBRecord::kMetaRecord) written = UpdateMetaRecord(fileId, record);
-        // A relation that failed stays marked for the next save; the update
-        // itself has succeeded.
+        if (relations & CZanDB4FileDBRecord::kTagSet) written = TagFileLinks(m_store).ReplaceFileTags(fileId, record);
+        // The metadata's result replaces the tags': with both saved in one
+        // update, a failed tag write is forgotten when the metadata goes in.
+        // Clients see the bits cleared after such a save; this stays so.
+        if (relations & CZanDB4FileDBRecord::kMetaRecord)
+            written = MetaTableRows(m_store).UpdateMetaRecord(fileId, record);
+        // A relation whose (last) write failed stays marked for the next
+        // save; the update itself has succeeded.
         if (written == S_OK) record->MarkRelationsChanged(0);
     }
     return S_OK;
 }
 
-HRESULT CSQLiteFileBasicDB::DeleteFileRow(uint64_t fileId) {
-    BeginTransaction();
-    DeleteFacesOfFile(fileId);
+HRESULT FileTableRows::DeleteFileRow(uint64_t fileId) {
+    m_store.BeginTransaction();
+    FaceTableRows(m_store).DeleteFacesOfFile(fileId);
     {
-        Statement album(m_db, kSelectAlbumOfFile);
+        Statement album(m_store.m_db, file_table::kSelectAlbumById);
         if (album.IsPrepared()) {
             album.BindInt64(1, static_cast<int64_t>(fileId));
             if (album.Step() == SQLITE_ROW) {
                 uint64_t albumId = static_cast<uint64_t>(album.ColumnInt64(0));
-                if (albumId != 0) m_albumRecount.insert(albumId);
+                if (albumId != 0) m_store.NoteAlbumForRecount(albumId);
             }
         }
     }
-    DeleteMetaRecord(fileId);
+    MetaTableRows(m_store).DeleteMetaRecord(fileId);
 
-    BeginTransaction();
-    HRESULT tagsDeleted = E_FAIL;
-    {
-        Statement tags(m_db, kDeleteFileTags);
-        if (tags.IsPrepared()) {
-            tags.BindInt64(1, static_cast<int64_t>(fileId));
-            int step = tags.Step();
-            tagsDeleted = step == SQLITE_DONE && tags.Finalize() == SQLITE_OK ? S_OK : E_FAIL;
-        }
-    }
-    DeleteMainImageCache(fileId);
+    HRESULT tagsDeleted = TagFileLinks(m_store).DeleteLinksOfFile(fileId);
+    MainImageCacheRows(m_store).DeleteMainImageCache(fileId);
     if (tagsDeleted != S_OK) return E_FAIL;
 
-    Statement row(m_db, kDeleteFile);
+    Statement row(m_store.m_db, file_table::kDeleteById);
     if (!row.IsPrepared()) return E_FAIL;
     row.BindInt64(1, static_cast<int64_t>(fileId));
     int step = row.Step();
     if (step != SQLITE_DONE || row.Finalize() != SQLITE_OK) return E_FAIL;
     // A client still holding the record keeps an object whose id is now 0,
     // so it reads nothing from a row that is gone.
-    FileRecordCache::Use(DatabaseRegistry::fileRecordCache, [&](FileRecordCache& cache) { cache.Remove(fileId); });
+    FileRecordCache::Use(zandb4::g_fileRecordCache, [&](FileRecordCache& cache) { cache.Remove(fileId); });
     return S_OK;
 }

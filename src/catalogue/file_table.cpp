@@ -1,0 +1,120 @@
+// file_table: rows to values and back, and the separator and key rules of
+// file_path, file_name and path_key.
+#include "catalogue/file_table.h"
+
+#include "storage/statement.h"
+
+using zandb4::Statement;
+
+namespace file_table {
+namespace {
+
+constexpr WCHAR kSeparator = u'/';
+
+uint32_t Column32(const Statement& row, int column) { return static_cast<uint32_t>(row.ColumnInt64(column)); }
+bool Flag(const Statement& row, int column) { return row.ColumnInt64(column) != 0; }
+
+}  // namespace
+
+FileRowValues ReadRow(const Statement& row, int firstColumn) {
+    auto at = [firstColumn](Column column) { return firstColumn + column; };
+    FileRowValues values;
+    values.fileId = static_cast<uint64_t>(row.ColumnInt64(at(kFileId)));
+    values.filePath = row.ColumnText(at(kFilePath));
+    values.diskVsn = Column32(row, at(kDiskVsn));
+    values.fileName = row.ColumnText(at(kFileName));
+    values.fileFormat = Column32(row, at(kFileFormat));
+    values.shootingDate = row.ColumnInt64(at(kShootingDate));
+    values.latitude = row.ColumnDouble(at(kGpsLatitude));
+    values.longitude = row.ColumnDouble(at(kGpsLongitude));
+    values.fileAttributes = Column32(row, at(kFileAttributes));
+    values.thumbnailSize = Column32(row, at(kThumbnailSize));
+    values.thumbnailOrientation = Column32(row, at(kThumbnailOrientation));
+    values.didEdit = Flag(row, at(kDidEdit));
+    values.isFavorite = Flag(row, at(kIsFavorite));
+    values.didDetectFace = Flag(row, at(kDidDetectFace));
+    values.albumId = static_cast<uint64_t>(row.ColumnInt64(at(kAlbumId)));
+    values.manage = Column32(row, at(kManage));
+    values.parentId = static_cast<uint64_t>(row.ColumnInt64(at(kParentId)));
+    values.parentShootingDate = row.ColumnInt64(at(kParentShootingDate));
+    values.uploadFlag = Flag(row, at(kUploadFlag));
+    values.classifyId = Column32(row, at(kClassifyId));
+    return values;
+}
+
+FileRowValues ReadShortRow(const Statement& row) {
+    FileRowValues values;
+    values.fileId = static_cast<uint64_t>(row.ColumnInt64(kShortFileId));
+    values.filePath = row.ColumnText(kShortFilePath);
+    values.diskVsn = Column32(row, kShortDiskVsn);
+    values.fileFormat = Column32(row, kShortFileFormat);
+    values.shootingDate = row.ColumnInt64(kShortShootingDate);
+    values.latitude = row.ColumnDouble(kShortGpsLatitude);
+    values.longitude = row.ColumnDouble(kShortGpsLongitude);
+    values.thumbnailSize = Column32(row, kShortThumbnailSize);
+    values.thumbnailOrientation = Column32(row, kShortThumbnailOrientation);
+    values.didEdit = Flag(row, kShortDidEdit);
+    values.isFavorite = Flag(row, kShortIsFavorite);
+    values.albumId = static_cast<uint64_t>(row.ColumnInt64(kShortAlbumId));
+    values.manage = Column32(row, kShortManage);
+    values.parentId = static_cast<uint64_t>(row.ColumnInt64(kShortParentId));
+    values.uploadFlag = Flag(row, kShortUploadFlag);
+    // The short read keeps only whether there is a class; the full read keeps
+    // its low 8 bits. Callers rely on the difference.
+    values.classifyId = Flag(row, kShortClassifyId) ? 1 : 0;
+    return values;
+}
+
+void BindInsert(Statement& insert, const FileRowValues& row) {
+    // Positions of kInsert are those of Column, from 1.
+    auto at = [](Column column) { return column + 1; };
+    insert.BindInt64(at(kFileId), static_cast<int64_t>(row.fileId));
+    insert.BindText(at(kFilePath), StoredFilePath(row.filePath));
+    insert.BindInt(at(kDiskVsn), static_cast<int32_t>(row.diskVsn));
+    insert.BindText(at(kPathKey), PathKeyOf(row.filePath, row.diskVsn));
+    insert.BindText(at(kFileName), StoredFileName(row.fileName));
+    insert.BindInt(at(kFileFormat), static_cast<int32_t>(row.fileFormat));
+    insert.BindInt64(at(kShootingDate), row.shootingDate);
+    insert.BindDouble(at(kGpsLatitude), row.latitude);
+    insert.BindDouble(at(kGpsLongitude), row.longitude);
+    insert.BindInt(at(kFileAttributes), static_cast<int32_t>(row.fileAttributes));
+    insert.BindInt(at(kThumbnailSize), static_cast<int32_t>(row.thumbnailSize));
+    insert.BindInt(at(kThumbnailOrientation), static_cast<int32_t>(row.thumbnailOrientation));
+    insert.BindInt(at(kDidEdit), row.didEdit ? 1 : 0);
+    insert.BindInt(at(kIsFavorite), row.isFavorite ? 1 : 0);
+    insert.BindInt(at(kDidDetectFace), row.didDetectFace ? 1 : 0);
+    insert.BindInt64(at(kAlbumId), static_cast<int64_t>(row.albumId));
+    insert.BindInt(at(kManage), static_cast<int32_t>(row.manage));
+    insert.BindInt64(at(kParentId), static_cast<int64_t>(row.parentId));
+    insert.BindInt64(at(kParentShootingDate), row.parentShootingDate);
+    insert.BindInt(at(kUploadFlag), row.uploadFlag ? 1 : 0);
+    insert.BindInt(at(kClassifyId), static_cast<int32_t>(row.classifyId));
+}
+
+CZanTString StoredFilePath(const CZanTString& path) {
+    std::u16string value = path.Value();
+    if (!value.empty() && value.back() == kSeparator) value.pop_back();
+    CZanTString stored;
+    stored = value.c_str();
+    return stored;
+}
+
+CZanTString StoredFileName(const CZanTString& name) {
+    const std::u16string& value = name.Value();
+    CZanTString stored;
+    stored = (!value.empty() && value.front() == kSeparator) ? value.c_str() + 1 : value.c_str();
+    return stored;
+}
+
+// Upper-casing does not depend on the process locale, so a key written under
+// one locale is found under any other. Two paths that differ only in case are
+// one file; the same path on two volumes is two.
+CZanTString PathKeyOf(const CZanTString& path, uint32_t diskVsn) {
+    CZanTString upper = StoredFilePath(path);
+    upper.MakeUpper();
+    CZanTString key;
+    key.Format(u"%s_%X", upper.GetString(), diskVsn);
+    return key;
+}
+
+}  // namespace file_table

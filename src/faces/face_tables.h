@@ -1,0 +1,48 @@
+// person_face_table and pet_face_table: one row per face found in a file,
+// twins told apart by the individual type (1 person, 2 pet). Described once
+// for the schema, the face rows, NewID and the person recount of Commit.
+#pragma once
+
+#include <cstdint>
+
+#include "zandb4/foundation.h"
+
+namespace face_tables {
+
+inline constexpr WCHAR kCreatePersonFaceTable[] =
+    u"CREATE TABLE person_face_table (person_face_id INTEGER PRIMARY KEY, file_id INTEGER, person_id INTEGER, "
+    u"rect INTEGER)";
+inline constexpr WCHAR kCreatePersonFacePersonIndex[] =
+    u"CREATE INDEX person_face_person_idx ON person_face_table(person_id)";
+inline constexpr WCHAR kCreatePersonFaceFileIndex[] =
+    u"CREATE INDEX person_face_file_idx ON person_face_table(file_id)";
+
+// No person_id column here, though some statements on this table name one.
+inline constexpr WCHAR kCreatePetFaceTable[] =
+    u"CREATE TABLE pet_face_table (pet_face_id INTEGER PRIMARY KEY, file_id INTEGER, pet_id INTEGER, rect INTEGER)";
+inline constexpr WCHAR kCreatePetFacePetIndex[] = u"CREATE INDEX pet_face_pet_idx ON pet_face_table(pet_id)";
+inline constexpr WCHAR kCreatePetFaceFileIndex[] = u"CREATE INDEX pet_face_file_idx ON pet_face_table(file_id)";
+
+// Positions in "SELECT *" of either table, from its first column.
+enum Column : int { kFaceId, kFileId, kIndividualId, kRect, kColumnCount };
+
+inline constexpr WCHAR kSelectPersonFaceById[] = u"SELECT * FROM person_face_table WHERE person_face_id=? LIMIT 1";
+inline constexpr WCHAR kSelectPetFaceById[] = u"SELECT * FROM pet_face_table WHERE pet_face_id=? LIMIT 1";
+inline constexpr WCHAR kDeletePersonFace[] = u"DELETE FROM person_face_table WHERE person_face_id=?";
+inline constexpr WCHAR kDeletePetFace[] = u"DELETE FROM pet_face_table WHERE pet_face_id=?";
+inline constexpr WCHAR kSelectPersonFacesOfFile[] = u"SELECT * FROM person_face_table WHERE file_id=?";
+inline constexpr WCHAR kSelectPetFacesOfFile[] = u"SELECT * FROM pet_face_table WHERE file_id=?";
+
+inline constexpr WCHAR kCountPersonFiles[] =
+    u"SELECT COUNT( DISTINCT person_face_table.file_id ) FROM person_face_table WHERE person_face_table.person_id=?";
+// pet_face_table has no person_id column, so this never prepares and every
+// recounted pet gets a file_count of 0. Catalogues and the application rely
+// on the count staying so; the statement must stay as it is.
+inline constexpr WCHAR kCountPetFiles[] =
+    u"SELECT COUNT( DISTINCT pet_face_table.file_id ) FROM pet_face_table WHERE pet_face_table.person_id=?";
+
+// The statement of the twin for an individual type: type 1 the person's,
+// any other the pet's.
+inline const WCHAR* ForType(uint32_t type, const WCHAR* person, const WCHAR* pet) { return type == 1 ? person : pet; }
+
+}  // namespace face_tables
