@@ -1,6 +1,7 @@
 // The shared parts of the zandb4 tool on their own: result codes in words,
-// escaping of text fields and JSON strings, the JSON writer, and the
-// progress reporter on a terminal and elsewhere.
+// escaping of text fields and JSON strings, the JSON writer, the progress
+// reporter on a terminal and elsewhere, calendar days, and the literal path
+// prefix condition.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -9,6 +10,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "catalogue_search.h"
+#include "conditions.h"
 #include "json_reader.h"
 #include "json_writer.h"
 #include "progress_reporter.h"
@@ -170,6 +173,29 @@ TEST(ProgressReporter, TellsATerminalFromAPipe) {
     EXPECT_TRUE(IsTerminal(terminal));
     close(terminal);
     close(master);
+}
+
+TEST(CalendarDays, MonthLengthsWithLeapYears) {
+    EXPECT_EQ(DaysInMonth(2024, 2), 29);
+    EXPECT_EQ(DaysInMonth(2023, 2), 28);
+    EXPECT_EQ(DaysInMonth(1900, 2), 28);
+    EXPECT_EQ(DaysInMonth(2000, 2), 29);
+    EXPECT_EQ(DaysInMonth(2024, 4), 30);
+    EXPECT_EQ(DaysInMonth(2024, 12), 31);
+    EXPECT_EQ(DaysInMonth(2024, 13), 0);
+    Condition range;
+    std::string error;
+    ASSERT_TRUE(ParseCondition("date=9999-12-31..9999-12-31", range, error)) << error;
+    EXPECT_EQ(range.kind, Condition::Kind::kDayRange);
+    EXPECT_EQ(range.to.year, 9999);
+    EXPECT_FALSE(ParseCondition("date=2024-02-29..2024-02-28", range, error));
+    EXPECT_EQ(error, "the range runs backwards: 2024-02-29 is after 2024-02-28");
+}
+
+TEST(PathPrefixCondition, IsALiteralComparisonWithApostrophesDoubled) {
+    EXPECT_EQ(LiteralPathPrefixCondition("/photos"), "substr(file_path,1,length('/photos'))='/photos'");
+    EXPECT_EQ(LiteralPathPrefixCondition("it's 100%_\""),
+              "substr(file_path,1,length('it''s 100%_\"'))='it''s 100%_\"'");
 }
 
 }  // namespace
