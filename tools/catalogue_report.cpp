@@ -1,103 +1,259 @@
-// Read-only listing of a catalogue root for the zandb4 tool. Store files are
-// opened with SQLite in read-only mode, so that looking never creates or
-// changes a file.
+// The catalogue check and the report of a catalogue root.
 #include "catalogue_report.h"
 
-#include <sqlite3.h>
-
 #include <algorithm>
-#include <filesystem>
-#include <optional>
-#include <vector>
+#include <system_error>
+
+#include "json_writer.h"
+#include "text_output.h"
 
 namespace fs = std::filesystem;
 
 namespace zandb4::tool {
 namespace {
 
-// One integer from a statement with no arguments; nullopt when it fails.
-std::optional<int64_t> QueryInteger(sqlite3* db, const std::string& sql) {
-    sqlite3_stmt* statement = nullptr;
-    std::optional<int64_t> value;
-    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr) == SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW)
-        value = sqlite3_column_int64(statement, 0);
-    sqlite3_finalize(statement);
-    return value;
+constexpr char kCatalogueName[] = "FileBasic.db";
+
+bool HasTable(const StoreContents& contents, const std::string& name) {
+    return std::any_of(contents.tables.begin(), contents.tables.end(),
+                       [&](const TableRows& table) { return table.name == name; });
 }
 
-std::vector<std::string> TableNames(sqlite3* db) {
-    std::vector<std::string> names;
-    sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(db, "SELECT name FROM sqlite_master WHERE type='table' ORDER BY rowid", -1, &statement,
-                           nullptr) == SQLITE_OK) {
-        while (sqlite3_step(statement) == SQLITE_ROW)
-            names.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)));
-    }
-    sqlite3_finalize(statement);
-    return names;
-}
-
-// The version row of a store (or a word on why there is none), its page
-// size, and the row count of each of its tables in the order they were made.
-void DescribeStore(const fs::path& file, const std::string& shown, std::ostream& out) {
-    sqlite3* db = nullptr;
-    out << "  " << shown << "  ";
-    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
-        out << "cannot be opened\n";
-        sqlite3_close(db);
-        return;
-    }
-    std::optional<int64_t> version = QueryInteger(db, "SELECT version FROM version_info_table");
-    if (!version && sqlite3_errcode(db) == SQLITE_NOTADB) {
-        out << "not a database\n";
-        sqlite3_close(db);
-        return;
-    }
-    out << "version " << version.value_or(0);
-    if (std::optional<int64_t> pageSize = QueryInteger(db, "PRAGMA page_size")) out << ", page size " << *pageSize;
-    out << "\n";
-    for (const std::string& table : TableNames(db)) {
-        std::optional<int64_t> rows = QueryInteger(db, "SELECT COUNT(*) FROM \"" + table + "\"");
-        out << "    " << table << ": " << rows.value_or(-1) << (rows.value_or(-1) == 1 ? " row\n" : " rows\n");
-    }
-    sqlite3_close(db);
-}
-
-void ReportFolder(const fs::path& root, const std::string& name, std::ostream& out) {
-    fs::path folder = root / name;
+ReportFolder ReadFolder(const fs::path& root, const std::string& name) {
+    ReportFolder folder;
+    folder.name = name;
+    fs::path path = root / name;
     std::error_code error;
-    if (!fs::is_directory(folder, error)) {
-        out << name << "/  (missing)\n";
-        return;
-    }
-    out << name << "/\n";
+    folder.present = fs::is_directory(path, error);
+    if (!folder.present) return folder;
     std::vector<fs::directory_entry> entries;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) entries.push_back(entry);
+    for (const fs::directory_entry& entry : fs::directory_iterator(path, error)) entries.push_back(entry);
     std::sort(entries.begin(), entries.end(),
               [](const fs::directory_entry& a, const fs::directory_entry& b) { return a.path() < b.path(); });
     for (const fs::directory_entry& entry : entries) {
-        std::string shown = name + "/" + entry.path().filename().string();
-        if (entry.is_directory(error))
-            out << "  " << shown << "/\n";
-        else if (entry.path().extension() == ".db")
-            DescribeStore(entry.path(), shown, out);
-        else
-            out << "  " << shown << "\n";
+        ReportEntry shown;
+        shown.shown = name + "/" + entry.path().filename().string();
+        if (entry.is_directory(error)) {
+            shown.kind = ReportEntry::Kind::kFolder;
+        } else if (entry.path().extension() == ".db") {
+            shown.kind = ReportEntry::Kind::kStore;
+            shown.store = ReadStore(entry.path(), kBusyMilliseconds, RowCounts::kEveryTable);
+        }
+        folder.entries.push_back(std::move(shown));
     }
+    return folder;
+}
+
+std::string RowsText(const TableRows& table) {
+    if (!table.rows) return "rows cannot be counted";
+    return std::to_string(*table.rows) + (*table.rows == 1 ? " row" : " rows");
+}
+
+void PrintStoreText(const ReportEntry& entry, std::ostream& out) {
+    const StoreContents& store = entry.store;
+    out << "  " << EscapeField(entry.shown) << "  ";
+    if (store.tables.empty() && store.problem != StoreProblem::kNone) {
+        out << store.reason << "\n";
+        return;
+    }
+    if (store.hasVersionTable)
+        out << "version " << store.version << (IsNewerMajorVersion(store.version) ? " (newer major version)" : "");
+    else
+        out << "no version_info_table";
+    out << ", page size " << store.pageSize;
+    if (store.problem != StoreProblem::kNone) out << ", " << store.reason;
+    out << "\n";
+    for (const TableRows& table : store.tables)
+        out << "    " << EscapeField(table.name) << ": " << RowsText(table) << "\n";
+}
+
+const char* StateName(CatalogueState state) {
+    switch (state) {
+        case CatalogueState::kReadable:
+            return "readable";
+        case CatalogueState::kMissing:
+            return "missing";
+        case CatalogueState::kUnreadable:
+            return "unreadable";
+    }
+    return "unreadable";
+}
+
+const char* KindName(ReportEntry::Kind kind) {
+    switch (kind) {
+        case ReportEntry::Kind::kFolder:
+            return "folder";
+        case ReportEntry::Kind::kStore:
+            return "store";
+        case ReportEntry::Kind::kFile:
+            return "file";
+    }
+    return "file";
+}
+
+void ProblemJson(const std::string& reason, JsonWriter& json) {
+    json.Key("problem");
+    if (reason.empty())
+        json.Null();
+    else
+        json.String(reason);
+}
+
+void StoreJson(const StoreContents& store, JsonWriter& json) {
+    json.Key("version");
+    if (store.hasVersionTable && !(store.tables.empty() && store.problem != StoreProblem::kNone))
+        json.Integer(store.version);
+    else
+        json.Null();
+    json.Key("page_size");
+    if (store.pageSize != 0)
+        json.Integer(store.pageSize);
+    else
+        json.Null();
+    ProblemJson(store.reason, json);
+    json.Key("tables");
+    json.BeginArray();
+    for (const TableRows& table : store.tables) {
+        json.BeginObject(true);
+        json.Key("name");
+        json.String(table.name);
+        json.Key("rows");
+        if (table.rows)
+            json.Integer(*table.rows);
+        else
+            json.Null();
+        json.EndObject();
+    }
+    json.EndArray();
 }
 
 }  // namespace
 
-bool IsCatalogueRoot(const std::string& root) {
-    std::error_code error;
-    return fs::is_directory(fs::path(root) / "database", error);
+fs::path CatalogueFile(const std::string& root) {
+    return fs::path(root) / "database" / kCatalogueName;
 }
 
-void ReportCatalogue(const std::string& root, std::ostream& out) {
-    out << "catalogue root " << root << "\n";
-    ReportFolder(root, "database", out);
-    ReportFolder(root, "information", out);
+CatalogueCheck CheckCatalogue(const StoreContents& contents) {
+    CatalogueCheck check;
+    check.state = CatalogueState::kUnreadable;
+    if (contents.problem == StoreProblem::kMissing) {
+        check.state = CatalogueState::kMissing;
+        check.reason = contents.reason;
+    } else if (contents.problem != StoreProblem::kNone) {
+        check.reason = contents.reason;
+    } else if (!contents.hasVersionTable) {
+        check.reason = "not a catalogue (it has no version_info_table)";
+    } else if (!HasTable(contents, "file_table")) {
+        check.reason = "not a catalogue (it has no file_table)";
+    } else if (contents.version == 0) {
+        check.reason = "not a catalogue (its version_info_table has no version)";
+    } else if (IsNewerMajorVersion(contents.version)) {
+        check.reason = "of a newer major version (version " + std::to_string(contents.version) +
+                       "; this build reads major version " + std::to_string(ReadableMajorVersion()) + ")";
+    } else {
+        check.state = CatalogueState::kReadable;
+    }
+    return check;
+}
+
+int RequireReadableCatalogue(const std::string& root, const Reporter& report) {
+    std::error_code error;
+    fs::file_status status = fs::status(root, error);
+    if (!fs::exists(status)) return report.Fail(kExitNoCatalogue, root, "does not exist");
+    if (!fs::is_directory(status)) return report.Fail(kExitNoCatalogue, root, "is not a folder");
+    fs::path file = CatalogueFile(root);
+    CatalogueCheck check = CheckCatalogue(ReadStore(file, kBusyMilliseconds, RowCounts::kFileTableOnly));
+    switch (check.state) {
+        case CatalogueState::kReadable:
+            return kExitOk;
+        case CatalogueState::kMissing:
+            return report.Fail(kExitNoCatalogue, root, "holds no catalogue (" + file.string() + " does not exist)");
+        case CatalogueState::kUnreadable:
+            break;
+    }
+    return report.Fail(kExitUnreadable, file.string(), check.reason);
+}
+
+CatalogueReport ReadCatalogueReport(const std::string& root) {
+    CatalogueReport report;
+    report.root = root;
+    report.catalogueFile = CatalogueFile(root);
+    report.folders.push_back(ReadFolder(root, "database"));
+    report.folders.push_back(ReadFolder(root, "information"));
+    const ReportEntry* catalogue = nullptr;
+    for (const ReportEntry& entry : report.folders[0].entries) {
+        if (entry.kind == ReportEntry::Kind::kStore && entry.shown == std::string("database/") + kCatalogueName)
+            catalogue = &entry;
+    }
+    // A catalogue that is missing or a folder is not among the stores read.
+    report.catalogue = CheckCatalogue(catalogue != nullptr
+                                          ? catalogue->store
+                                          : ReadStore(report.catalogueFile, kBusyMilliseconds, RowCounts::kEveryTable));
+    return report;
+}
+
+void PrintReportText(const CatalogueReport& report, std::ostream& out) {
+    out << "catalogue root " << EscapeField(report.root) << "\n";
+    for (const ReportFolder& folder : report.folders) {
+        if (!folder.present) {
+            out << folder.name << "/  (missing)\n";
+            continue;
+        }
+        out << folder.name << "/\n";
+        for (const ReportEntry& entry : folder.entries) {
+            switch (entry.kind) {
+                case ReportEntry::Kind::kFolder:
+                    out << "  " << EscapeField(entry.shown) << "/\n";
+                    break;
+                case ReportEntry::Kind::kStore:
+                    PrintStoreText(entry, out);
+                    break;
+                case ReportEntry::Kind::kFile:
+                    out << "  " << EscapeField(entry.shown) << "\n";
+                    break;
+            }
+        }
+    }
+}
+
+void PrintReportJson(const CatalogueReport& report, std::ostream& out) {
+    JsonWriter json(out);
+    json.BeginObject();
+    json.Key("root");
+    json.String(report.root);
+    json.Key("catalogue");
+    json.BeginObject();
+    json.Key("file");
+    json.String(report.catalogueFile.string());
+    json.Key("state");
+    json.String(StateName(report.catalogue.state));
+    ProblemJson(report.catalogue.reason, json);
+    json.EndObject();
+    json.Key("folders");
+    json.BeginArray();
+    for (const ReportFolder& folder : report.folders) {
+        json.BeginObject();
+        json.Key("name");
+        json.String(folder.name);
+        json.Key("present");
+        json.Bool(folder.present);
+        json.Key("entries");
+        json.BeginArray();
+        for (const ReportEntry& entry : folder.entries) {
+            json.BeginObject();
+            json.Key("name");
+            json.String(entry.shown);
+            json.Key("kind");
+            json.String(KindName(entry.kind));
+            if (entry.kind == ReportEntry::Kind::kStore) StoreJson(entry.store, json);
+            json.EndObject();
+        }
+        json.EndArray();
+        json.EndObject();
+    }
+    json.EndArray();
+    json.EndObject();
+    json.Finish();
 }
 
 }  // namespace zandb4::tool

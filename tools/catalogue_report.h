@@ -1,18 +1,71 @@
-// What the zandb4 tool prints about a catalogue root: its folders and store
-// files, each store with its schema version, read without changing anything.
+// What the zandb4 tool knows about a catalogue root: whether its catalogue
+// can be used, and the report of "init" and "info" (its folders and store
+// files, each store with its schema version, page size and row counts, or
+// the reason it cannot be read), in text or JSON. Everything here only
+// reads: store files are opened read-only and nothing is made.
 #pragma once
 
+#include <filesystem>
 #include <ostream>
 #include <string>
+#include <vector>
+
+#include "command.h"
+#include "store_reader.h"
 
 namespace zandb4::tool {
 
-// Whether root holds a catalogue, i.e. a "database" folder.
-bool IsCatalogueRoot(const std::string& root);
+// How long a command waits for another process's lock on a store before it
+// reports the store as locked.
+inline constexpr int kBusyMilliseconds = 2000;
 
-// Lists root/database and root/information: one line per folder, and per
-// store file its schema version (or why it has none), its page size and the
-// row count of each of its tables.
-void ReportCatalogue(const std::string& root, std::ostream& out);
+// ROOT/database/FileBasic.db
+std::filesystem::path CatalogueFile(const std::string& root);
+
+enum class CatalogueState { kReadable, kMissing, kUnreadable };
+
+struct CatalogueCheck {
+    CatalogueState state = CatalogueState::kMissing;
+    std::string reason;  // plain words; empty when readable
+};
+
+// Whether the catalogue read into contents can be used by this build: it is
+// there, readable, has version_info_table with a version row and file_table,
+// and is of no newer major version.
+CatalogueCheck CheckCatalogue(const StoreContents& contents);
+
+// For the commands that read a catalogue: ROOT must be a folder whose
+// catalogue is readable. Reports what is not so (naming the folder or file
+// and the reason) and answers its exit code; kExitOk when all is well.
+int RequireReadableCatalogue(const std::string& root, const Reporter& report);
+
+struct ReportEntry {
+    enum class Kind { kFolder, kStore, kFile };
+    std::string shown;  // "database/FileBasic.db"
+    Kind kind = Kind::kFile;
+    StoreContents store;  // for kStore
+};
+
+struct ReportFolder {
+    std::string name;  // "database"
+    bool present = false;
+    std::vector<ReportEntry> entries;  // sorted by name
+};
+
+struct CatalogueReport {
+    std::string root;
+    std::filesystem::path catalogueFile;
+    CatalogueCheck catalogue;
+    std::vector<ReportFolder> folders;  // database, information
+};
+
+// Reads root/database and root/information; every ".db" file is read as a
+// store, counting the rows of each of its tables.
+CatalogueReport ReadCatalogueReport(const std::string& root);
+
+// One line per folder, per entry, and per table of a store; names escaped
+// as tab-separated fields are.
+void PrintReportText(const CatalogueReport& report, std::ostream& out);
+void PrintReportJson(const CatalogueReport& report, std::ostream& out);
 
 }  // namespace zandb4::tool

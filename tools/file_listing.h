@@ -1,5 +1,6 @@
-// "zandb4 ls": the catalogue's files, searched through the library's query
-// tree and listed one line per file.
+// The output of "zandb4 ls": the files found, as tab-separated text (one
+// line per file: id, shooting date, format, favourite, album, path, name) or
+// as a JSON array of objects with the same fields.
 #pragma once
 
 #include <cstdint>
@@ -7,27 +8,19 @@
 #include <string>
 #include <vector>
 
+#include "catalogue_search.h"
+
 namespace zandb4::tool {
 
-// One --where condition, checked and parsed.
-struct Condition {
-    enum class Kind { kFormat, kDay, kDayRange, kFavorite, kPathPrefix, kAlbum };
-    Kind kind;
-    uint64_t number = 0;      // format or album id; favourite as 0 or 1
-    uint16_t from[3] = {};    // year, month, day
-    uint16_t to[3] = {};
-    std::string text;         // path prefix
-};
+// "YYYY-MM-DD HH:MM:SS" of a packed date; empty for 0 (no date).
+std::string DateText(int64_t packed);
 
-// Parses "KEY=VALUE": format=N, date=YYYY-MM-DD, date=YYYY-MM-DD..YYYY-MM-DD,
-// favorite=yes|no, path=PREFIX, album=ID. False with a message in error when
-// the condition is not one of these.
-bool ParseCondition(const std::string& text, Condition& condition, std::string& error);
-
-// Lists the files of the catalogue under root that meet every condition,
-// oldest first, as "id<TAB>date<TAB>format<TAB>favourite<TAB>album<TAB>path<TAB>name".
-// Answers the tool's exit code; messages go to err.
-int ListFiles(const std::string& root, const std::vector<Condition>& conditions, std::ostream& out,
-              std::ostream& err);
+// One line per file; the date is "-" when there is none, the favourite 0 or
+// 1; path and name escaped as every text field is.
+void PrintFilesText(const std::vector<FileRow>& files, std::ostream& out);
+// [{"id": 1, "date": "2024-03-07 10:00:00", "format": 3, "favorite": false,
+// "album": 7, "path": "...", "name": "..."}, ...]; the date is null when
+// there is none.
+void PrintFilesJson(const std::vector<FileRow>& files, std::ostream& out);
 
 }  // namespace zandb4::tool

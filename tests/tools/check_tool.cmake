@@ -53,11 +53,12 @@ if(NOT out STREQUAL init_out)
   message(FATAL_ERROR "info differs from init:\n${out}\n---\n${init_out}")
 endif()
 
-# ls on the new, empty catalogue lists nothing and succeeds
+# ls on the new, empty catalogue lists nothing, says so, and succeeds
 run(0 ls ${WORK}/root)
 if(NOT out STREQUAL "")
   message(FATAL_ERROR "ls on an empty catalogue printed:\n${out}")
 endif()
+expect("zandb4 ls: no files" "${err}" "ls on an empty catalogue")
 run(0 ls ${WORK}/root --where format=3 --where favorite=yes)
 run(1 ls ${WORK}/root --where colour=red)
 expect("bad condition 'colour=red'" "${err}" "ls with a bad condition")

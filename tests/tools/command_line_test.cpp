@@ -1,0 +1,200 @@
+// The command line of the zandb4 tool as a new user meets it: help for the
+// tool and for every command (which touches nothing), the version, usage
+// errors that say what was wrong and where the help is, and failures of
+// init that name the path, the result code and the reason.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "json_reader.h"
+#include "support/temp_folder.h"
+#include "tool_test_support.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using zandb4::testing::JsonValue;
+using zandb4::testing::RunZandb4;
+using zandb4::testing::SnapshotTree;
+using zandb4::testing::TempFolder;
+using zandb4::testing::ToolRun;
+using zandb4::testing::TreeDifference;
+using zandb4::testing::TreeSnapshot;
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// The command names listed under "commands:" by zandb4 --help.
+std::vector<std::string> ListedCommands() {
+    ToolRun help = RunZandb4({"--help"});
+    std::vector<std::string> names;
+    std::istringstream lines(help.out);
+    bool inList = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (line == "commands:") {
+            inList = true;
+        } else if (inList && line.rfind("  ", 0) == 0) {
+            names.push_back(line.substr(2, line.find(' ', 2) - 2));
+        } else if (inList) {
+            break;
+        }
+    }
+    return names;
+}
+
+TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
+    for (const char* option : {"--help", "-h"}) {
+        ToolRun run = RunZandb4({option});
+        EXPECT_EQ(run.exitCode, 0) << option;
+        EXPECT_EQ(run.err, "");
+        EXPECT_TRUE(Contains(run.out, "usage: zandb4 COMMAND")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  init  make (or open) the catalogue under ROOT")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  info  list the folders and stores")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  ls    list the files of the catalogue")) << run.out;
+        for (const char* code : {"  0  success", "  1  bad usage", "  2  ROOT missing",
+                                 "  3  the library could not start", "  4  the catalogue cannot be read"})
+            EXPECT_TRUE(Contains(run.out, code)) << code << "\n" << run.out;
+    }
+    EXPECT_EQ(ListedCommands(), (std::vector<std::string>{"init", "info", "ls"}));
+}
+
+TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
+    TempFolder cwd;
+    TreeSnapshot before = SnapshotTree(cwd.Path());
+    for (const std::string& command : ListedCommands()) {
+        for (const std::vector<std::string>& arguments :
+             std::vector<std::vector<std::string>>{{command, "--help"},
+                                                   {command, "-h"},
+                                                   {command, "somewhere", "--help"},
+                                                   {command, "--bogus", "-h"},
+                                                   {"help", command}}) {
+            ToolRun run = RunZandb4(arguments, cwd.Path());
+            EXPECT_EQ(run.exitCode, 0) << command;
+            EXPECT_EQ(run.err, "") << command;
+            EXPECT_EQ(run.out.rfind("usage: zandb4 " + command + " ROOT", 0), 0u) << run.out;
+            EXPECT_TRUE(Contains(run.out, "\n  -h, --help ")) << run.out;
+            EXPECT_TRUE(Contains(run.out, " show this help\n")) << run.out;
+            EXPECT_TRUE(Contains(run.out, "exit codes:")) << run.out;
+        }
+    }
+    // In particular "init --help" made no catalogue in a folder "--help".
+    EXPECT_EQ(TreeDifference(before, SnapshotTree(cwd.Path())), "");
+    EXPECT_FALSE(fs::exists(cwd / "--help"));
+}
+
+TEST(ToolCommandLine, DoubleDashEndsTheOptions) {
+    TempFolder cwd;
+    ToolRun run = RunZandb4({"init", "--", "--help"}, cwd.Path());
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_TRUE(fs::exists(cwd / "--help" / "database" / "FileBasic.db"));
+}
+
+TEST(ToolCommandLine, VersionIsTheProjectVersion) {
+    ToolRun run = RunZandb4({"--version"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, std::string("zandb4 ") + ZANDB4_EXPECTED_VERSION + "\n");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST(ToolCommandLine, UsageErrorsSayWhatWasWrong) {
+    TempFolder cwd;
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string message;
+        std::string help;
+    };
+    const std::vector<Case> cases = {
+        {{}, "zandb4: missing COMMAND\n", "Try 'zandb4 --help'"},
+        {{"frobnicate", "x"}, "zandb4: unknown command 'frobnicate'\n", "Try 'zandb4 --help'"},
+        {{"--frobnicate"}, "zandb4: unknown option '--frobnicate'\n", "Try 'zandb4 --help'"},
+        {{"help", "nope"}, "zandb4: unknown command 'nope'\n", "Try 'zandb4 --help'"},
+        {{"init"}, "zandb4 init: missing ROOT\n", "Try 'zandb4 init --help'"},
+        {{"info"}, "zandb4 info: missing ROOT\n", "Try 'zandb4 info --help'"},
+        {{"ls"}, "zandb4 ls: missing ROOT\n", "Try 'zandb4 ls --help'"},
+        {{"ls", "--json"}, "zandb4 ls: missing ROOT\n", "Try 'zandb4 ls --help'"},
+        {{"info", "a", "b"}, "zandb4 info: unexpected argument 'b'\n", "Try 'zandb4 info --help'"},
+        {{"init", "r", "--sort"}, "zandb4 init: unknown option '--sort'\n", "Try 'zandb4 init --help'"},
+        {{"info", "r", "-x"}, "zandb4 info: unknown option '-x'\n", "Try 'zandb4 info --help'"},
+        {{"info", "r", "--where", "format=1"}, "zandb4 info: unknown option '--where'\n", "Try 'zandb4 info --help'"},
+        {{"ls", "r", "--json=yes"}, "zandb4 ls: option '--json' takes no value\n", "Try 'zandb4 ls --help'"},
+        {{"ls", "r", "--json", "--json"}, "zandb4 ls: option '--json' given twice\n", "Try 'zandb4 ls --help'"},
+        {{"ls", "r", "--where"}, "zandb4 ls: option '--where' needs a value (KEY=VALUE)\n", "Try 'zandb4 ls --help'"},
+        {{"ls", "r", "--where", "x=1"}, "zandb4 ls: bad condition 'x=1': unknown key 'x'", "Try 'zandb4 ls --help'"},
+    };
+    TreeSnapshot before = SnapshotTree(cwd.Path());
+    for (const Case& usage : cases) {
+        ToolRun run = RunZandb4(usage.arguments, cwd.Path());
+        std::string shown = usage.arguments.empty() ? "(none)" : usage.arguments[0];
+        EXPECT_EQ(run.exitCode, 1) << shown;
+        EXPECT_EQ(run.out, "") << shown;
+        EXPECT_EQ(run.err.rfind(usage.message, 0), 0u) << run.err;
+        EXPECT_TRUE(Contains(run.err, "usage: zandb4 ")) << run.err;
+        EXPECT_TRUE(Contains(run.err, usage.help)) << run.err;
+    }
+    EXPECT_EQ(TreeDifference(before, SnapshotTree(cwd.Path())), "");
+}
+
+TEST(ToolCommandLine, AFailedStartNamesTheCodeAndTheReason) {
+    TempFolder work;
+    fs::create_directories(work / "root");
+    zandb4::testing::WriteFile(work / "root" / "database", "a file where the folder should be");
+    ToolRun run = RunZandb4({"init", (work / "root").string()});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "zandb4 init: " + (work / "root").string() +
+                           ": the library could not start: E_ACCESSDENIED (0x80070005): access denied\n");
+    EXPECT_TRUE(fs::is_regular_file(work / "root" / "database"));
+}
+
+TEST(ToolCommandLine, InitOnAFileOrAPathThatCannotBeMade) {
+    TempFolder work;
+    zandb4::testing::WriteFile(work / "afile", "x");
+    ToolRun file = RunZandb4({"init", (work / "afile").string()});
+    EXPECT_EQ(file.exitCode, 2);
+    EXPECT_EQ(file.err, "zandb4 init: " + (work / "afile").string() + ": is not a folder\n");
+    ToolRun below = RunZandb4({"init", (work / "afile" / "root").string()});
+    EXPECT_EQ(below.exitCode, 2);
+    EXPECT_TRUE(Contains(below.err, "zandb4 init: " + (work / "afile" / "root").string() + ": cannot be made ("))
+        << below.err;
+    EXPECT_EQ(SnapshotTree(work.Path()).size(), 2u);  // the folder and afile
+}
+
+TEST(ToolCommandLine, InitAsJsonDescribesTheNewCatalogue) {
+    TempFolder work;
+    fs::path root = work / "new" / "root";
+    ToolRun run = RunZandb4({"init", root.string(), "--json"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    std::optional<JsonValue> report = zandb4::testing::ParseJson(run.out);
+    ASSERT_TRUE(report) << run.out;
+    EXPECT_EQ(report->Find("root")->text, root.string());
+    const JsonValue* catalogue = report->Find("catalogue");
+    ASSERT_NE(catalogue, nullptr);
+    EXPECT_EQ(catalogue->Find("state")->text, "readable");
+    EXPECT_EQ(catalogue->Find("problem")->type, JsonValue::Type::kNull);
+    EXPECT_EQ(catalogue->Find("file")->text, (root / "database" / "FileBasic.db").string());
+    const JsonValue* folders = report->Find("folders");
+    ASSERT_NE(folders, nullptr);
+    ASSERT_EQ(folders->items.size(), 2u);
+    EXPECT_EQ(folders->items[0].Find("name")->text, "database");
+    EXPECT_TRUE(folders->items[0].Find("present")->boolean);
+    EXPECT_EQ(folders->items[1].Find("name")->text, "information");
+    EXPECT_TRUE(folders->items[1].Find("present")->boolean);
+    const JsonValue& entries = *folders->items[0].Find("entries");
+    ASSERT_EQ(entries.items.size(), 1u);
+    const JsonValue& store = entries.items[0];
+    EXPECT_EQ(store.Find("name")->text, "database/FileBasic.db");
+    EXPECT_EQ(store.Find("kind")->text, "store");
+    EXPECT_EQ(store.Find("version")->Integer(), 1201);
+    EXPECT_EQ(store.Find("page_size")->Integer(), 4096);
+    bool sawFileTable = false;
+    for (const JsonValue& table : store.Find("tables")->items) {
+        if (table.Find("name")->text != "file_table") continue;
+        sawFileTable = true;
+        EXPECT_EQ(table.Find("rows")->Integer(), 0);
+    }
+    EXPECT_TRUE(sawFileTable);
+    EXPECT_TRUE(fs::is_directory(root / "information"));
+}
+
+}  // namespace

@@ -1,0 +1,121 @@
+// Running the tool, writing catalogues through the library, and tree
+// snapshots. The one test file of the tool that reaches the library's
+// internal classes.
+#include "catalogue/file_rows.h"
+#include "tool_test_support.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "catalogue/file_basic_db.h"
+#include "library/database_registry.h"
+#include "support/temp_folder.h"
+#include "zandb4.h"
+
+namespace fs = std::filesystem;
+
+namespace zandb4::testing {
+namespace {
+
+std::string ReadBytes(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream bytes;
+    bytes << in.rdbuf();
+    return bytes.str();
+}
+
+// One shell word: single quotes around it, each single quote inside closed,
+// escaped and reopened.
+std::string Quoted(const std::string& argument) {
+    std::string word = "'";
+    for (char ch : argument) word += ch == '\'' ? std::string("'\\''") : std::string(1, ch);
+    return word + "'";
+}
+
+TreeEntry EntryOf(const fs::path& path) {
+    TreeEntry entry;
+    entry.isFolder = fs::is_directory(path);
+    entry.modified = fs::last_write_time(path).time_since_epoch().count();
+    if (!entry.isFolder) {
+        entry.size = fs::file_size(path);
+        entry.bytes = ReadBytes(path);
+    }
+    return entry;
+}
+
+}  // namespace
+
+ToolRun RunZandb4(const std::vector<std::string>& arguments, const fs::path& workingFolder) {
+    TempFolder capture;
+    std::string command;
+    if (!workingFolder.empty()) command = "cd " + Quoted(workingFolder.string()) + " && ";
+    command += Quoted(ZANDB4_TOOL_PATH);
+    for (const std::string& argument : arguments) command += " " + Quoted(argument);
+    fs::path out = capture / "out.txt", err = capture / "err.txt";
+    command += " >" + Quoted(out.string()) + " 2>" + Quoted(err.string()) + " </dev/null";
+    ToolRun run;
+    int status = std::system(command.c_str());
+    run.exitCode = status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    run.out = ReadBytes(out);
+    run.err = ReadBytes(err);
+    return run;
+}
+
+void MakeCatalogue(const fs::path& root, const std::vector<CatalogueFileRow>& rows) {
+    CZanTString wideRoot = CZanTString::FromUtf8(root.c_str());
+    ASSERT_EQ(ZanDB4_Initialize(wideRoot.GetString()), S_OK);
+    CSQLiteFileBasicDB* store = DatabaseRegistry::fileBasicDB;
+    ASSERT_NE(store, nullptr);
+    for (const CatalogueFileRow& file : rows) {
+        FileRowValues row;
+        row.fileId = file.id;
+        row.filePath = CZanTString::FromUtf8(file.path.c_str());
+        row.fileName = CZanTString::FromUtf8(file.name.c_str());
+        row.diskVsn = 0x2A;
+        row.fileFormat = file.format;
+        row.shootingDate = file.shootingDate;
+        row.isFavorite = file.favorite;
+        row.albumId = file.album;
+        row.manage = 1;
+        EXPECT_EQ(FileTableRows(*store).InsertFileRow(row), S_OK) << file.path;
+    }
+    EXPECT_EQ(ZanDB4_Finalize(), S_OK);
+}
+
+int64_t PackedDate(uint16_t year, uint16_t month, uint16_t day, uint16_t hour) {
+    SYSTEMTIME time{};
+    time.wYear = year;
+    time.wMonth = month;
+    time.wDay = day;
+    time.wHour = hour;
+    return CZanTDateTime(time).GetPacked();
+}
+
+TreeSnapshot SnapshotTree(const fs::path& folder) {
+    TreeSnapshot snapshot;
+    snapshot[""] = EntryOf(folder);
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder))
+        snapshot[fs::relative(entry.path(), folder).string()] = EntryOf(entry.path());
+    return snapshot;
+}
+
+std::string TreeDifference(const TreeSnapshot& before, const TreeSnapshot& after) {
+    std::string difference;
+    for (const auto& [path, entry] : before) {
+        auto found = after.find(path);
+        if (found == after.end())
+            difference += "gone: " + path + "\n";
+        else if (!(found->second == entry))
+            difference += "changed: " + path + "\n";
+    }
+    for (const auto& [path, entry] : after) {
+        if (before.find(path) == before.end()) difference += "new: " + path + "\n";
+    }
+    return difference;
+}
+
+}  // namespace zandb4::testing

@@ -1,0 +1,59 @@
+// What the tests of the zandb4 tool share: running the built tool as a user
+// runs it, catalogues written through the library, and snapshots of a
+// folder tree to show that a command changed nothing on disk.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace zandb4::testing {
+
+struct ToolRun {
+    int exitCode = -1;  // -1 when the tool did not exit normally
+    std::string out;
+    std::string err;
+};
+
+// Runs the built zandb4 with these arguments through the shell, in the
+// folder workingFolder when one is given, with standard output and error
+// captured through files in a folder of its own.
+ToolRun RunZandb4(const std::vector<std::string>& arguments, const std::filesystem::path& workingFolder = {});
+
+// A row of file_table as the tests write it.
+struct CatalogueFileRow {
+    uint64_t id = 0;
+    std::string path;
+    std::string name;
+    uint32_t format = 0;
+    int64_t shootingDate = 0;  // packed; 0 for none
+    bool favorite = false;
+    uint64_t album = 0;
+};
+
+// Starts the library on root (which makes the catalogue), writes the rows
+// and stops it again, which commits them.
+void MakeCatalogue(const std::filesystem::path& root, const std::vector<CatalogueFileRow>& rows);
+
+int64_t PackedDate(uint16_t year, uint16_t month, uint16_t day, uint16_t hour);
+
+// One entry of a folder tree: its kind, size, modification time and, for a
+// file, its bytes.
+struct TreeEntry {
+    bool isFolder = false;
+    uintmax_t size = 0;
+    int64_t modified = 0;  // nanoseconds of the file clock
+    std::string bytes;
+    bool operator==(const TreeEntry&) const = default;
+};
+using TreeSnapshot = std::map<std::string, TreeEntry>;
+
+// The folder itself (as "") and everything below it, by relative path.
+TreeSnapshot SnapshotTree(const std::filesystem::path& folder);
+// The paths that differ between two snapshots, one per line; empty when
+// they are the same.
+std::string TreeDifference(const TreeSnapshot& before, const TreeSnapshot& after);
+
+}  // namespace zandb4::testing

@@ -1,0 +1,235 @@
+// The command frame: dispatch on the command name, the parsing of a command's
+// arguments against its entry, help texts and the form of messages.
+#include "command.h"
+
+#include <algorithm>
+#include <optional>
+
+#ifndef ZANDB4_VERSION
+#error "ZANDB4_VERSION must be defined by the build (the project version)"
+#endif
+
+namespace zandb4::tool {
+namespace {
+
+constexpr std::string_view kHelpLong = "--help";
+constexpr std::string_view kHelpShort = "-h";
+constexpr std::string_view kEndOfOptions = "--";
+
+const std::vector<std::string> kNoValues;
+
+bool IsHelp(std::string_view argument) {
+    return argument == kHelpLong || argument == kHelpShort;
+}
+
+// The text after a first line's prefix, broken at spaces into lines of at
+// most 80 columns, each later line indented as far as the first.
+void PrintWrapped(std::ostream& out, const std::string& prefix, std::string_view text) {
+    constexpr size_t kWidth = 80;
+    std::string line = prefix;
+    size_t at = 0;
+    while (at < text.size()) {
+        size_t end = text.find(' ', at);
+        if (end == std::string_view::npos) end = text.size();
+        std::string_view word = text.substr(at, end - at);
+        if (line.size() > prefix.size() && line.size() + 1 + word.size() > kWidth) {
+            out << line << "\n";
+            line = std::string(prefix.size(), ' ');
+        }
+        if (line.size() > prefix.size()) line += ' ';
+        line += word;
+        at = end + 1;
+    }
+    out << line << "\n";
+}
+
+void PrintExitCodes(std::ostream& out) {
+    out << "exit codes:\n";
+    for (const ExitCodeMeaning& meaning : kExitCodeMeanings)
+        PrintWrapped(out, "  " + std::to_string(static_cast<int>(meaning.code)) + "  ", meaning.meaning);
+}
+
+void PrintToolHelp(std::span<const Command* const> commands, std::ostream& out) {
+    out << "usage: zandb4 COMMAND ARGUMENTS...\n"
+           "       zandb4 COMMAND --help\n"
+           "       zandb4 --version\n"
+           "\n"
+           "Looks into (and, with init, makes) a ZanDB4 catalogue: the folder ROOT that holds\n"
+           "database/FileBasic.db. Commands other than init change nothing on disk.\n"
+           "\n"
+           "commands:\n";
+    size_t width = 0;
+    for (const Command* command : commands) width = std::max(width, command->name.size());
+    for (const Command* command : commands)
+        out << "  " << command->name << std::string(width - command->name.size() + 2, ' ') << command->summary << "\n";
+    out << "\n"
+           "options:\n"
+           "  -h, --help  show this help ('zandb4 COMMAND --help' shows a command's help)\n"
+           "  --version   show the version\n"
+           "\n"
+           "Errors go to standard error and name the file and the reason.\n"
+           "\n";
+    PrintExitCodes(out);
+}
+
+const Command* FindCommand(std::span<const Command* const> commands, std::string_view name) {
+    for (const Command* command : commands)
+        if (command->name == name) return command;
+    return nullptr;
+}
+
+const OptionSpec* FindOption(const Command& command, std::string_view name) {
+    for (const OptionSpec& option : command.options)
+        if (option.name == name) return &option;
+    return nullptr;
+}
+
+bool WantsHelp(std::span<const char* const> arguments) {
+    for (const char* argument : arguments) {
+        if (argument == kEndOfOptions) return false;
+        if (IsHelp(argument)) return true;
+    }
+    return false;
+}
+
+// The arguments after the command name, parsed against its entry into
+// invocation. A usage error answers what was wrong.
+std::optional<std::string> ParseArguments(const Command& command, std::span<const char* const> arguments,
+                                          Invocation& invocation) {
+    bool optionsEnded = false;
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        std::string argument = arguments[i];
+        if (optionsEnded || argument == "-" || argument.empty() || argument[0] != '-') {
+            invocation.operands.push_back(argument);
+            continue;
+        }
+        if (argument == kEndOfOptions) {
+            optionsEnded = true;
+            continue;
+        }
+        size_t equals = argument.find('=');
+        std::string name = argument.substr(0, equals);
+        const OptionSpec* option = name.rfind("--", 0) == 0 ? FindOption(command, name) : nullptr;
+        if (option == nullptr) return "unknown option '" + name + "'";
+        std::vector<std::string>& values = invocation.options[name];
+        if (!values.empty() && !option->repeatable) return "option '" + name + "' given twice";
+        if (option->valueName.empty()) {
+            if (equals != std::string::npos) return "option '" + name + "' takes no value";
+            values.emplace_back();
+        } else if (equals != std::string::npos) {
+            values.push_back(argument.substr(equals + 1));
+        } else if (i + 1 < arguments.size()) {
+            values.emplace_back(arguments[++i]);
+        } else {
+            return "option '" + name + "' needs a value (" + std::string(option->valueName) + ")";
+        }
+    }
+    if (invocation.operands.size() < command.operands.size())
+        return "missing " + std::string(command.operands[invocation.operands.size()]);
+    if (invocation.operands.size() > command.operands.size())
+        return "unexpected argument '" + invocation.operands[command.operands.size()] + "'";
+    return std::nullopt;
+}
+
+int RunCommand(const Command& command, std::span<const char* const> arguments, std::ostream& out, std::ostream& err,
+               bool errIsTerminal) {
+    if (WantsHelp(arguments)) {
+        PrintCommandHelp(command, out);
+        return kExitOk;
+    }
+    Reporter report(err, std::string(command.name), UsageLine(command));
+    Invocation invocation{{}, {}, out, report, errIsTerminal};
+    if (std::optional<std::string> wrong = ParseArguments(command, arguments, invocation))
+        return report.UsageError(*wrong);
+    return command.run(invocation);
+}
+
+}  // namespace
+
+Reporter::Reporter(std::ostream& err, std::string command, std::string usage)
+    : m_err(err),
+      m_prefix(command.empty() ? "zandb4: " : "zandb4 " + command + ": "),
+      m_helpCommand(command.empty() ? "zandb4 --help" : "zandb4 " + command + " --help"),
+      m_usage(std::move(usage)) {}
+
+int Reporter::UsageError(std::string_view what) const {
+    m_err << m_prefix << what << "\n";
+    if (!m_usage.empty()) m_err << "usage: " << m_usage << "\n";
+    m_err << "Try '" << m_helpCommand << "' for more.\n";
+    return kExitUsage;
+}
+
+int Reporter::Fail(ExitCode code, std::string_view subject, std::string_view reason) const {
+    m_err << m_prefix << subject << ": " << reason << "\n";
+    return code;
+}
+
+void Reporter::Note(std::string_view text) const {
+    m_err << m_prefix << text << "\n";
+}
+
+const std::vector<std::string>& Invocation::Values(std::string_view option) const {
+    auto found = options.find(option);
+    return found == options.end() ? kNoValues : found->second;
+}
+
+std::string UsageLine(const Command& command) {
+    std::string line = "zandb4 " + std::string(command.name);
+    for (std::string_view operand : command.operands) line += " " + std::string(operand);
+    for (const OptionSpec& option : command.options) {
+        line += " [" + std::string(option.name);
+        if (!option.valueName.empty()) line += " " + std::string(option.valueName);
+        line += option.repeatable ? "]..." : "]";
+    }
+    return line;
+}
+
+void PrintCommandHelp(const Command& command, std::ostream& out) {
+    out << "usage: " << UsageLine(command) << "\n\n" << command.description << "\n\noptions:\n";
+    std::vector<std::pair<std::string, std::string_view>> rows;
+    for (const OptionSpec& option : command.options) {
+        std::string shown = std::string(option.name);
+        if (!option.valueName.empty()) shown += " " + std::string(option.valueName);
+        rows.emplace_back(shown, option.help);
+    }
+    rows.emplace_back("-h, --help", "show this help");
+    size_t width = 0;
+    for (const auto& row : rows) width = std::max(width, row.first.size());
+    for (const auto& row : rows)
+        out << "  " << row.first << std::string(width - row.first.size() + 2, ' ') << row.second << "\n";
+    out << "\n";
+    PrintExitCodes(out);
+}
+
+int RunTool(std::span<const Command* const> commands, std::span<const char* const> arguments, std::ostream& out,
+            std::ostream& err, bool errIsTerminal) {
+    Reporter report(err, "", "zandb4 COMMAND ARGUMENTS...");
+    if (arguments.empty()) return report.UsageError("missing COMMAND");
+    std::string_view first = arguments[0];
+    std::span<const char* const> rest = arguments.subspan(1);
+    if (IsHelp(first)) {
+        PrintToolHelp(commands, out);
+        return kExitOk;
+    }
+    if (first == "--version") {
+        out << "zandb4 " << ZANDB4_VERSION << "\n";
+        return kExitOk;
+    }
+    if (first == "help") {
+        if (rest.empty()) {
+            PrintToolHelp(commands, out);
+            return kExitOk;
+        }
+        if (rest.size() > 1) return report.UsageError("help takes one COMMAND");
+        const Command* command = FindCommand(commands, rest[0]);
+        if (command == nullptr) return report.UsageError("unknown command '" + std::string(rest[0]) + "'");
+        PrintCommandHelp(*command, out);
+        return kExitOk;
+    }
+    if (!first.empty() && first[0] == '-') return report.UsageError("unknown option '" + std::string(first) + "'");
+    const Command* command = FindCommand(commands, first);
+    if (command == nullptr) return report.UsageError("unknown command '" + std::string(first) + "'");
+    return RunCommand(*command, rest, out, err, errIsTerminal);
+}
+
+}  // namespace zandb4::tool

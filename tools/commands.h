@@ -1,0 +1,12 @@
+// The entries of the zandb4 tool's command table, one function per command.
+#pragma once
+
+#include "command.h"
+
+namespace zandb4::tool {
+
+const Command& InitCommand();
+const Command& InfoCommand();
+const Command& ListCommand();
+
+}  // namespace zandb4::tool

@@ -1,0 +1,34 @@
+// The exit codes of the zandb4 tool, defined once: every command answers one
+// of these, and --help prints the table below, so the code and the help text
+// cannot drift apart.
+#pragma once
+
+#include <span>
+
+namespace zandb4::tool {
+
+enum ExitCode : int {
+    kExitOk = 0,
+    kExitUsage = 1,
+    kExitNoCatalogue = 2,
+    kExitLibraryFailed = 3,
+    kExitUnreadable = 4,
+};
+
+struct ExitCodeMeaning {
+    ExitCode code;
+    const char* meaning;
+};
+
+// Every exit code with its meaning in plain words, in code order.
+inline constexpr ExitCodeMeaning kExitCodeMeanings[] = {
+    {kExitOk, "success (also an ls that finds no file)"},
+    {kExitUsage, "bad usage: unknown command or option, missing argument, bad condition"},
+    {kExitNoCatalogue, "ROOT missing, not a folder, or holding no catalogue (database/FileBasic.db)"},
+    {kExitLibraryFailed, "the library could not start"},
+    {kExitUnreadable,
+     "the catalogue cannot be read or made: damaged, not a catalogue, locked by another "
+     "process, or of a newer major version"},
+};
+
+}  // namespace zandb4::tool

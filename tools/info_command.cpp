@@ -1,0 +1,64 @@
+// "zandb4 info ROOT": report the catalogue under ROOT, changing nothing.
+#include <filesystem>
+#include <system_error>
+
+#include "catalogue_report.h"
+#include "commands.h"
+
+namespace fs = std::filesystem;
+
+namespace zandb4::tool {
+namespace {
+
+constexpr std::string_view kOperands[] = {"ROOT"};
+constexpr OptionSpec kOptions[] = {
+    {"--json", "", false, "print the report as one JSON object"},
+};
+
+int RunInfo(const Invocation& invocation) {
+    const std::string& root = invocation.operands[0];
+    const Reporter& report = invocation.report;
+    std::error_code error;
+    fs::file_status status = fs::status(root, error);
+    if (!fs::exists(status)) return report.Fail(kExitNoCatalogue, root, "does not exist");
+    if (!fs::is_directory(status)) return report.Fail(kExitNoCatalogue, root, "is not a folder");
+
+    CatalogueReport catalogue = ReadCatalogueReport(root);
+    if (catalogue.catalogue.state == CatalogueState::kMissing)
+        return report.Fail(kExitNoCatalogue, root,
+                           "holds no catalogue (" + catalogue.catalogueFile.string() + " does not exist)");
+    // The report is printed whatever the state of the catalogue: it shows
+    // what can be read of each store and why the rest cannot.
+    if (invocation.Has("--json"))
+        PrintReportJson(catalogue, invocation.out);
+    else
+        PrintReportText(catalogue, invocation.out);
+    if (catalogue.catalogue.state == CatalogueState::kUnreadable)
+        return report.Fail(kExitUnreadable, catalogue.catalogueFile.string(), catalogue.catalogue.reason);
+    return kExitOk;
+}
+
+}  // namespace
+
+const Command& InfoCommand() {
+    static const Command command{
+        "info",
+        "list the folders and stores of the catalogue under ROOT, changing nothing",
+        kOperands,
+        kOptions,
+        "Lists the folders database/ and information/ under ROOT: each entry, and for each\n"
+        "store file (.db) its schema version, page size and the row count of every table,\n"
+        "or the reason it cannot be read (not a database, damaged, locked by another\n"
+        "process past a wait of 2 seconds). Store files are opened read-only: nothing on\n"
+        "disk is made or changed.\n"
+        "\n"
+        "The report is printed even when the catalogue database/FileBasic.db cannot be\n"
+        "read; the reason then goes to standard error and the exit code is 4. In the text\n"
+        "report a tab, newline, carriage return or backslash in a name is written as \\t,\n"
+        "\\n, \\r or \\\\.",
+        RunInfo,
+    };
+    return command;
+}
+
+}  // namespace zandb4::tool
