@@ -10,7 +10,12 @@
 #include <string>
 #include <vector>
 
+#include "albums/import_history_rows.h"
+#include "albums/tag_tables.h"
+#include "catalogue/file_table.h"
 #include "catalogue_test_helpers.h"
+#include "faces/face_tables.h"
+#include "records/meta_table.h"
 
 namespace {
 
@@ -369,6 +374,80 @@ TEST_F(CatalogueSchema, FailureOfTheBaseTablesEndsCreateTablesBeforeAnyCatalogue
 
     EXPECT_EQ(clashing.m_db, nullptr);
     EXPECT_EQ(SortedObjectsOnDisk(folder), (Rows{{"table", "version_info_table"}}));
+}
+
+}  // namespace
+
+namespace {
+
+// The column enums that readers and writers use stand for the positions of
+// the columns in the file: each enum value names the column at its position.
+TEST(CatalogueColumnEnums, PositionsNameTheColumnsOfTheFile) {
+    TempFolder folder;
+    {
+        CSQLiteFileBasicDB store;
+        PlaceCatalogue(store, folder);
+        ASSERT_EQ(store.Open(), S_OK);
+    }
+    SqliteProbe probe(folder / kCatalogueName);
+    ASSERT_TRUE(probe.IsOpen());
+    auto columnAt = [&](const std::string& table, int position) {
+        Rows rows = probe.Rows("SELECT name FROM pragma_table_info('" + table + "') WHERE cid=" +
+                               std::to_string(position));
+        return rows.size() == 1 ? rows[0][0] : std::string("(none)");
+    };
+    auto columnCount = [&](const std::string& table) {
+        return probe.Integer("SELECT count(*) FROM pragma_table_info('" + table + "')");
+    };
+
+    EXPECT_EQ(columnCount("file_table"), file_table::kColumnCount);
+    EXPECT_EQ(columnAt("file_table", file_table::kFileId), "file_id");
+    EXPECT_EQ(columnAt("file_table", file_table::kDiskVsn), "disk_vsn");
+    EXPECT_EQ(columnAt("file_table", file_table::kPathKey), "path_key");
+    EXPECT_EQ(columnAt("file_table", file_table::kFileName), "file_name");
+    EXPECT_EQ(columnAt("file_table", file_table::kShootingDate), "shooting_date");
+    EXPECT_EQ(columnAt("file_table", file_table::kGpsLongitude), "gps_longitude");
+    EXPECT_EQ(columnAt("file_table", file_table::kThumbnailOrientation), "thumbnail_orientation");
+    EXPECT_EQ(columnAt("file_table", file_table::kDidDetectFace), "did_detect_face");
+    EXPECT_EQ(columnAt("file_table", file_table::kManage), "manage");
+    EXPECT_EQ(columnAt("file_table", file_table::kParentShootingDate), "parent_shooting_date");
+    EXPECT_EQ(columnAt("file_table", file_table::kClassifyId), "classify_id");
+
+    EXPECT_EQ(columnCount("meta_table"), meta_table::kColumnCount);
+    EXPECT_EQ(columnAt("meta_table", meta_table::kFilterData), "filter_data");
+    EXPECT_EQ(columnAt("meta_table", meta_table::kImportClass), "import_class");
+    EXPECT_EQ(columnAt("meta_table", meta_table::kGpsAreaInfo), "gps_areainfo");
+    EXPECT_EQ(columnAt("meta_table", meta_table::kParamFlag), "param_flag");
+
+    for (const char* table : {"person_face_table", "pet_face_table"}) {
+        SCOPED_TRACE(table);
+        EXPECT_EQ(columnCount(table), face_tables::kColumnCount);
+        EXPECT_EQ(columnAt(table, face_tables::kFileId), "file_id");
+        EXPECT_EQ(columnAt(table, face_tables::kRect), "rect");
+    }
+    EXPECT_EQ(columnAt("tag_file_table", tag_tables::kLinkTagId), "tag_id");
+    EXPECT_EQ(columnAt("import_history_table", import_history_table::kImportAttribute), "import_attribute");
+}
+
+// The short column list names, at each position of its enum, the column of
+// that name.
+TEST(CatalogueColumnEnums, ShortRowPositionsNameTheirColumns) {
+    TempFolder folder;
+    CSQLiteFileBasicDB store;
+    PlaceCatalogue(store, folder);
+    ASSERT_EQ(store.Open(), S_OK);
+    sqlite3_stmt* statement = nullptr;
+    CZanTString sql;
+    sql = file_table::kSelectShortRows;
+    ASSERT_EQ(sqlite3_prepare_v2(store.m_db, sql.ToUtf8().c_str(), -1, &statement, nullptr), SQLITE_OK);
+    EXPECT_EQ(sqlite3_column_count(statement), file_table::kShortColumnCount);
+    EXPECT_STREQ(sqlite3_column_name(statement, file_table::kShortFilePath), "file_path");
+    EXPECT_STREQ(sqlite3_column_name(statement, file_table::kShortFileFormat), "file_format");
+    EXPECT_STREQ(sqlite3_column_name(statement, file_table::kShortThumbnailSize), "thumbnail_size");
+    EXPECT_STREQ(sqlite3_column_name(statement, file_table::kShortAlbumId), "album_id");
+    EXPECT_STREQ(sqlite3_column_name(statement, file_table::kShortManage), "manage");
+    EXPECT_STREQ(sqlite3_column_name(statement, file_table::kShortClassifyId), "classify_id");
+    sqlite3_finalize(statement);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <set>
 
 #include "catalogue/file_rows.h"
+#include "storage/statement.h"
 #include "file_store_write_fixture.h"
 
 namespace file_store_write_test {
@@ -577,6 +578,55 @@ TEST_F(FileStoreWriteUpdateRelations, DetachedMetadataDeletesTheRow) {
     record->SetManage(&manage);
     ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
     EXPECT_EQ(CommittedCount("SELECT COUNT(*) FROM meta_table"), 0);
+}
+
+}  // namespace
+}  // namespace file_store_write_test
+
+namespace file_store_write_test {
+namespace {
+
+// Every insert into tag_file_table fails from here on, on the store's own
+// connection, so a tag write answers E_FAIL.
+void RefuseTagLinks(CSQLiteFileBasicDB& store) {
+    ASSERT_EQ(zandb4::RunStatement(store.m_db, u"CREATE TEMP TRIGGER refuse_links BEFORE INSERT ON tag_file_table "
+                                               u"BEGIN SELECT RAISE(ABORT, 'refused'); END"),
+              S_OK);
+}
+
+TEST_F(FileStoreWriteUpdateRelations, FailedTagWriteLeavesTheTagBitSet) {
+    RefuseTagLinks(*m_store);
+    RecordPtr record = RecordFor(10);
+    AddTag(record.Get(), 9);
+    uint32_t manage = 2;
+    record->SetManage(&manage);
+
+    // The columns went in, so the update itself succeeds; the tags did not,
+    // so the record still says they are to be saved.
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(Changed(record.Get()), kTagBit);
+    CommitStore();
+    EXPECT_TRUE(CommittedTagsOf(10).empty());
+    ExpectRowChangedOnly({{kManage, "2"}});
+}
+
+TEST_F(FileStoreWriteUpdateRelations, MetadataResultReplacesAFailedTagResultAndClearsBothBits) {
+    RefuseTagLinks(*m_store);
+    RecordPtr record = RecordFor(10);
+    AddTag(record.Get(), 9);
+    MetaPtr meta = MakeMeta(2048, "cam-a");
+    ASSERT_EQ(record->AttachMetaRecord(meta.Get()), S_OK);
+    uint32_t manage = 2;
+    record->SetManage(&manage);
+    ASSERT_EQ(Changed(record.Get()), kManageBit | kTagBit | kMetaBit);
+
+    // The metadata's success stands for both relations: the failed tag write
+    // is forgotten and no bit is left. Clients depend on this.
+    ASSERT_EQ(FileTableRows(*m_store).UpdateFileRecord(10, record.Get()), S_OK);
+    EXPECT_EQ(Changed(record.Get()), 0u);
+    CommitStore();
+    EXPECT_TRUE(CommittedTagsOf(10).empty());
+    EXPECT_EQ(Disk("SELECT file_id, file_size, model_name FROM meta_table"), (Rows{{"10", "2048", "cam-a"}}));
 }
 
 }  // namespace
