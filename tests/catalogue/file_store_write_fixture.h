@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/file_table.h"
 #include "../records/file_db_record_fixture.h"
 
 namespace file_store_write_test {
@@ -29,31 +30,31 @@ using file_record_test::RecordPtr;
 using file_record_test::Rows;
 using zandb4::ComPtr;
 
-// Positions of the columns of file_table in "SELECT *".
-enum Column {
-    kFileId = 0,
-    kFilePath,
-    kDiskVsn,
-    kPathKey,
-    kFileName,
-    kFileFormat,
-    kShootingDate,
-    kLatitude,
-    kLongitude,
-    kFileAttributes,
-    kThumbnailSize,
-    kThumbnailOrientation,
-    kDidEdit,
-    kIsFavorite,
-    kDidDetectFace,
-    kAlbumId,
-    kManage,
-    kParentId,
-    kParentShootingDate,
-    kUploadFlag,
-    kClassifyId,
-    kColumnCount
-};
+// Positions of the columns of file_table in "SELECT *", as the table's
+// description gives them.
+using file_table::Column;
+using file_table::kFileId;
+using file_table::kFilePath;
+using file_table::kDiskVsn;
+using file_table::kPathKey;
+using file_table::kFileName;
+using file_table::kFileFormat;
+using file_table::kShootingDate;
+using file_table::kFileAttributes;
+using file_table::kThumbnailSize;
+using file_table::kThumbnailOrientation;
+using file_table::kDidEdit;
+using file_table::kIsFavorite;
+using file_table::kDidDetectFace;
+using file_table::kAlbumId;
+using file_table::kManage;
+using file_table::kParentId;
+using file_table::kParentShootingDate;
+using file_table::kUploadFlag;
+using file_table::kClassifyId;
+using file_table::kColumnCount;
+inline constexpr Column kLatitude = file_table::kGpsLatitude;
+inline constexpr Column kLongitude = file_table::kGpsLongitude;
 
 inline CZanTString W(const std::string& utf8) {
     return CZanTString::FromUtf8(utf8.c_str());
