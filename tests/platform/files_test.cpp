@@ -1,6 +1,7 @@
 // platform/files.h: attributes, existence, deleting files and folders,
-// renaming, forcing files and folders to the disk, making a folder path, listing a folder in byte order of its names, and the
-// folder that holds the library's own code.
+// renaming, forcing files and folders to the disk, making a folder path,
+// listing a folder in byte order of its names, and the folder that holds the
+// library's own code.
 #include <gtest/gtest.h>
 
 #include <unistd.h>

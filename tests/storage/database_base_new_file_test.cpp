@@ -50,20 +50,22 @@ Rows TablesOf(SqliteProbe& probe) {
 // Leaves at path a database with a hot journal beside it, as a process
 // killed in the middle of a transaction does: the file already holds pages
 // of the transaction, and only the journal can take them back. The database
-// holds marker_table, whose rows the unfinished transaction rewrote.
-void MakeFileWithHotJournal(const fs::path& path) {
+// holds marker_table with rows of 1000 bytes, which the unfinished
+// transaction rewrote.
+void MakeFileWithHotJournal(const fs::path& path, int rows) {
     pid_t child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
         sqlite3* db = nullptr;
         bool ok = sqlite3_open(path.c_str(), &db) == SQLITE_OK;
+        std::string insert = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<" +
+                             std::to_string(rows) + ") INSERT INTO marker_table SELECT zeroblob(1000) FROM n";
         // A cache of a few pages makes SQLite write changed pages into the
         // file before the commit.
-        for (const char* sql : {"PRAGMA cache_size=2", "CREATE TABLE marker_table (value BLOB)",
-                                "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<200) "
-                                "INSERT INTO marker_table SELECT zeroblob(1000) FROM n",
-                                "BEGIN", "UPDATE marker_table SET value=randomblob(1000)"})
-            ok = ok && sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+        for (const std::string& sql :
+             {std::string("PRAGMA cache_size=2"), std::string("CREATE TABLE marker_table (value BLOB)"), insert,
+              std::string("BEGIN"), std::string("UPDATE marker_table SET value=randomblob(1000)")})
+            ok = ok && sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
         // Ends without COMMIT or close, as a killed process would.
         ::_exit(ok ? 0 : 1);
     }
@@ -215,7 +217,7 @@ TEST(DatabaseBaseNewFile, FailedCreateTablesLeavesTheFileUnderItsOwnNameOnly) {
 
 TEST(DatabaseBaseNewFile, HalfMadeTemporaryFileWithItsJournalIsReplacedByAFreshStore) {
     TempFolder folder;
-    MakeFileWithHotJournal(folder / kBuildingName);
+    MakeFileWithHotJournal(folder / kBuildingName, 200);
     CSQLiteDBBase store;
     PlaceStore(store, folder);
 
@@ -283,11 +285,29 @@ TEST(DatabaseBaseNewFile, ExistingFileIsOpenedAndATemporaryFileBesideItIsLeftAlo
     EXPECT_EQ(leftover.Integer("SELECT version FROM version_info_table"), 1150);
 }
 
+// A store whose new file is some forty pages long.
+class StoreWithManyTables : public CSQLiteDBBase {
+public:
+    static constexpr int kTables = 40;
+
+    HRESULT CreateTables() override {
+        if (CSQLiteDBBase::CreateTables() != S_OK) return E_FAIL;
+        for (int table = 0; table < kTables; ++table) {
+            CZanTString sql;
+            sql.Format(u"CREATE TABLE extra_%d_table (value INTEGER)", table);
+            if (ExecuteStatement(sql.GetString()) != S_OK) return E_FAIL;
+        }
+        return S_OK;
+    }
+};
+
 TEST(DatabaseBaseNewFile, JournalOfAStoreFileThatIsGoneIsNotPlayedIntoTheNewFile) {
     TempFolder folder;
-    MakeFileWithHotJournal(folder / kStoreName);
+    // SQLite plays a hot journal back into a file at least as long as the
+    // database it was written for: here some twelve pages.
+    MakeFileWithHotJournal(folder / kStoreName, 40);
     fs::remove(folder / kStoreName);
-    CSQLiteDBBase store;
+    StoreWithManyTables store;
     PlaceStore(store, folder);
 
     ASSERT_EQ(store.Open(), S_OK);
@@ -295,9 +315,10 @@ TEST(DatabaseBaseNewFile, JournalOfAStoreFileThatIsGoneIsNotPlayedIntoTheNewFile
 
     EXPECT_EQ(NamesIn(folder), (std::set<std::string>{kStoreName}));
     SqliteProbe probe(folder / kStoreName);
-    EXPECT_EQ(TablesOf(probe), kBaseTables);
-    EXPECT_EQ(probe.Integer("SELECT version FROM version_info_table"), 1201);
     EXPECT_EQ(probe.Rows("PRAGMA integrity_check"), (Rows{{"ok"}}));
+    EXPECT_EQ(probe.Integer("SELECT count(*) FROM sqlite_master WHERE name='marker_table'"), 0);
+    EXPECT_EQ(probe.Integer("SELECT count(*) FROM sqlite_master WHERE type='table'"), 3 + StoreWithManyTables::kTables);
+    EXPECT_EQ(probe.Integer("SELECT version FROM version_info_table"), 1201);
 }
 
 TEST(DatabaseBaseNewFile, TemporaryNameTakenByAFolderFailsAndMakesNoStore) {

@@ -155,9 +155,9 @@ TEST(FirstStartKill, CatalogueIsAbsentOrWholeAndTheNextStartMakesItWhole) {
         fs::create_directory(root);
         fs::path database = root / "database";
         fs::path catalogue = database / kCatalogueName;
-        std::string which = "kill " + std::to_string(kill) + " after " +
-                            std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(delays[kill]).count()) +
-                            " us: ";
+        std::string which =
+            "kill " + std::to_string(kill) + " after " +
+            std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(delays[kill]).count()) + " us: ";
 
         ASSERT_TRUE(StartInChild(root, &delays[kill])) << which << "the child ended some other way";
         if (fs::exists(database / kBuildingName)) ++buildingLeftByKill;
@@ -179,14 +179,14 @@ TEST(FirstStartKill, CatalogueIsAbsentOrWholeAndTheNextStartMakesItWhole) {
 
     std::string report;
     for (const std::string& line : broken) report += line + "\n";
-    std::printf("%zu kills over %lld us (a first start takes %lld us): catalogue absent after %d, temporary file "
-                "left by %d, %zu findings\n",
-                delays.size(),
-                static_cast<long long>(std::chrono::duration_cast<std::chrono::microseconds>(
-                                           startLength * kSpreadBeyondEnd)
-                                           .count()),
-                static_cast<long long>(std::chrono::duration_cast<std::chrono::microseconds>(startLength).count()),
-                absentAfterKill, buildingLeftByKill, broken.size());
+    std::printf(
+        "%zu kills over %lld us (a first start takes %lld us): catalogue absent after %d, temporary file "
+        "left by %d, %zu findings\n",
+        delays.size(),
+        static_cast<long long>(
+            std::chrono::duration_cast<std::chrono::microseconds>(startLength * kSpreadBeyondEnd).count()),
+        static_cast<long long>(std::chrono::duration_cast<std::chrono::microseconds>(startLength).count()),
+        absentAfterKill, buildingLeftByKill, broken.size());
     EXPECT_TRUE(broken.empty()) << report;
 }
 
