@@ -1,9 +1,12 @@
-// Files and folders on POSIX: stat, unlink, rmdir, mkdir, opendir, dladdr.
+// Files and folders on POSIX: stat, unlink, rmdir, rename, fsync, mkdir,
+// opendir, dladdr.
 #include "platform/files.h"
 
 #include <dirent.h>
 #include <dlfcn.h>
 #include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,6 +29,32 @@ bool PathFileExists(const std::string& path) {
 bool DeleteFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }
 
 bool RemoveDirectory(const std::string& path) { return ::rmdir(path.c_str()) == 0; }
+
+bool RenameFile(const std::string& from, const std::string& to) { return ::rename(from.c_str(), to.c_str()) == 0; }
+
+namespace {
+
+// Opens path with flags and fsyncs it; an interrupted open or fsync is tried
+// again.
+bool SyncPath(const std::string& path, int flags) {
+    int descriptor;
+    do {
+        descriptor = ::open(path.c_str(), flags | O_CLOEXEC);
+    } while (descriptor < 0 && errno == EINTR);
+    if (descriptor < 0) return false;
+    int synced;
+    do {
+        synced = ::fsync(descriptor);
+    } while (synced != 0 && errno == EINTR);
+    ::close(descriptor);
+    return synced == 0;
+}
+
+}  // namespace
+
+bool SyncFile(const std::string& path) { return SyncPath(path, O_RDONLY); }
+
+bool SyncFolder(const std::string& folder) { return SyncPath(folder, O_RDONLY | O_DIRECTORY); }
 
 bool MakeSureDirectoryPathExists(const std::string& path) {
     size_t last = path.rfind('/');

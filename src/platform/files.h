@@ -18,6 +18,21 @@ bool PathFileExists(const std::string& path);
 bool DeleteFile(const std::string& path);
 bool RemoveDirectory(const std::string& path);
 
+// rename(2): moves from to to, replacing a file already there. Both must lie
+// on one file system, where the move is atomic: a reader sees the old name
+// or the new one, never a file half moved.
+bool RenameFile(const std::string& from, const std::string& to);
+
+// Forces the file's contents to the disk (fsync). False when it cannot be
+// opened or the disk reports an error, in which case the contents may not
+// have reached it.
+bool SyncFile(const std::string& path);
+
+// Forces the folder's entries to the disk (fsync of the folder), which makes
+// a file made or renamed in it survive a power loss under its new name.
+// False when it cannot be opened or the file system refuses.
+bool SyncFolder(const std::string& folder);
+
 // Makes every missing folder up to the last '/', mode 0777 before the umask.
 // True when every folder on the way exists afterwards.
 bool MakeSureDirectoryPathExists(const std::string& path);

@@ -1,5 +1,5 @@
-// CSQLiteDBBase: open and close, the version row, the base tables, the
-// single long transaction and the volume guard.
+// CSQLiteDBBase: open and close, the building of a new file, the version
+// row, the base tables, the single long transaction and the volume guard.
 #include "storage/sqlite_db_base.h"
 
 #include "platform/files.h"
@@ -22,6 +22,23 @@ constexpr WCHAR kCreatePooledIdTable[] = u"CREATE TABLE pooled_id_table (id_type
 constexpr WCHAR kBegin[] = u"BEGIN;";
 constexpr WCHAR kCommit[] = u"COMMIT;";
 constexpr WCHAR kVacuum[] = u"VACUUM;";
+constexpr WCHAR kBuildWithoutSync[] = u"PRAGMA synchronous=OFF;";
+constexpr WCHAR kBuildWithJournalInMemory[] = u"PRAGMA journal_mode=MEMORY;";
+
+// What SQLite may keep beside a database file: the rollback journal, or the
+// write-ahead log and its index.
+constexpr const char* kCompanionSuffixes[] = {"-journal", "-wal", "-shm"};
+
+void RemoveCompanionFiles(const std::string& path) {
+    for (const char* suffix : kCompanionSuffixes) platform::DeleteFile(path + suffix);
+}
+
+// The folder that holds the file at path.
+std::string FolderOf(const std::string& path) {
+    size_t slash = path.rfind('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? std::string("/") : path.substr(0, slash);
+}
 
 }  // namespace
 
@@ -62,17 +79,16 @@ HRESULT CSQLiteDBBase::Open() {
 
     // A connection still open from before would otherwise be lost.
     CloseConnection();
+    // A new file is built apart and put in place whole; from here on it is
+    // opened as any file that was there.
+    if (!existed && !inMemory && MakeNewFile(narrowPath) != S_OK) return E_FAIL;
     if (sqlite3_open16(path.GetString(), &m_db) != SQLITE_OK) {
         CloseConnection();
         return E_FAIL;
     }
-    if (!existed || inMemory) {
-        if (CreateTables() != S_OK) {
-            // The half-made file stays; since it exists now, the next Open
-            // will not try to make its tables again.
-            CloseConnection();
-            return E_FAIL;
-        }
+    if (inMemory && CreateTables() != S_OK) {
+        CloseConnection();
+        return E_FAIL;
     }
     if (inMemory) {
         m_volumeSerial = 0;
@@ -84,6 +100,46 @@ HRESULT CSQLiteDBBase::Open() {
     }
     m_inTransaction = 0;
     return S_OK;
+}
+
+HRESULT CSQLiteDBBase::MakeNewFile(const std::string& path) {
+    const std::string building = path + kNewFileSuffix;
+    // What a start that died while building left behind goes first. So does
+    // a journal or log whose database file is gone: SQLite would take it as
+    // hot and play it back into the new file once it stands under that name.
+    platform::DeleteFile(building);
+    RemoveCompanionFiles(building);
+    RemoveCompanionFiles(path);
+
+    if (sqlite3_open16(CZanTString::FromUtf8(building.c_str()).GetString(), &m_db) != SQLITE_OK) {
+        CloseConnection();
+        platform::DeleteFile(building);
+        return E_FAIL;
+    }
+    // Nothing in this file counts before it is renamed into place, so no
+    // statement has to reach the disk on its own, and a journal on disk would
+    // only cost time: the whole file is forced to the disk once, below. Both
+    // settings end with this connection. If either is refused, building is
+    // only slower.
+    ExecuteStatement(kBuildWithoutSync);
+    ExecuteStatement(kBuildWithJournalInMemory);
+    HRESULT made = CreateTables();
+    // Work a store's CreateTables left in an open transaction belongs in the
+    // file; after a failure it goes with the connection, as it always did.
+    if (made == S_OK && m_db != nullptr && sqlite3_get_autocommit(m_db) == 0) ExecuteStatement(kCommit);
+    CloseConnection();
+
+    // A half-made file goes into place too, so that the next Open does not
+    // try its tables again; only a crash leaves nothing under the final name.
+    if (!platform::SyncFile(building) || !platform::RenameFile(building, path)) {
+        platform::DeleteFile(building);
+        return E_FAIL;
+    }
+    // Makes the new name itself durable. A file system that cannot sync a
+    // folder is no reason to fail: the file is whole under its name, and if a
+    // power loss took the name, the next Open builds the file again.
+    platform::SyncFolder(FolderOf(path));
+    return made == S_OK ? S_OK : E_FAIL;
 }
 
 HRESULT CSQLiteDBBase::OpenReadOnly(int busyMilliseconds) {

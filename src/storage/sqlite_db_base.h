@@ -9,11 +9,24 @@
 // Transactions: the first write opens one with BeginTransaction and it stays
 // open across many operations until Commit. There is no nesting and no
 // rollback statement: Reopen closes the connection without committing.
+//
+// New files: a store file appears whole or not at all. When Open finds no
+// file, it builds one under the name of the file plus kNewFileSuffix
+// ("FileBasic.db.creating") in the same folder, runs CreateTables there with
+// no sync per statement and the journal in memory, closes it, forces it to
+// the disk, renames it into place and forces the folder. Only then does it
+// open the file under its own name, as for a file that was there. A crash
+// while building leaves only the temporary file (and perhaps a journal of
+// it), which the next Open of the store removes before it builds again; a
+// file under the temporary name is never opened as the store. A file whose
+// CreateTables failed still goes into place, so that the next Open does not
+// try its tables again.
 #pragma once
 
 #include <sqlite3.h>
 
 #include <cstdint>
+#include <string>
 
 #include "frame/critical_section.h"
 #include "zandb4/foundation.h"
@@ -22,6 +35,8 @@ class CSQLiteDBBase {
 public:
     // The schema version this build writes, in every store: major 1, minor 201.
     static constexpr uint32_t kCurrentVersion = 1201;
+    // Added to the file name while a new file is being built.
+    static constexpr char kNewFileSuffix[] = ".creating";
 
     CSQLiteDBBase();
     CSQLiteDBBase(const CSQLiteDBBase&) = delete;
@@ -31,8 +46,10 @@ public:
     virtual ~CSQLiteDBBase();
 
     // Opens m_folder/m_fileName (or ":memory:"), making the file and its
-    // tables when it did not exist. Never upgrades. A file from a newer major
-    // version opens, but Commit and Vacuum refuse it. S_OK or E_FAIL.
+    // tables when it did not exist (see "New files" above). Never upgrades. A
+    // file from a newer major version opens, but Commit and Vacuum refuse it.
+    // S_OK or E_FAIL; E_FAIL also when CreateTables failed on a new file,
+    // which is then left in place without a connection.
     virtual HRESULT Open();
     // The version row, or 0 for a file without one. E_FAIL with no connection.
     virtual HRESULT GetVersion(uint32_t* outVersion);
@@ -93,6 +110,11 @@ protected:
 
 private:
     void CloseConnection();
+    // Builds the new file path under its temporary name and renames it into
+    // place; leaves no connection open. S_OK when the file is in place with
+    // its tables; E_FAIL when CreateTables failed (the file is in place all
+    // the same) or the file could not be made (nothing is left).
+    HRESULT MakeNewFile(const std::string& path);
     // The Commit of this class alone, which the destructor runs whatever a
     // derived class made of Commit.
     HRESULT CommitBase(bool force);

@@ -1,6 +1,7 @@
 // platform/files.h: attributes, existence, deleting files and folders,
-// making a folder path, listing a folder in byte order of its names, and the
-// folder that holds the library's own code.
+// renaming, forcing files and folders to the disk, making a folder path,
+// listing a folder in byte order of its names, and the folder that holds the
+// library's own code.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -103,6 +104,81 @@ TEST(PlatformFiles, RemoveDirectoryRemovesOnlyAnEmptyFolder) {
 
     EXPECT_FALSE(fs::exists(temp / "empty"));
     EXPECT_TRUE(fs::exists(temp / "full" / "f"));
+}
+
+// ---- renaming ----
+
+TEST(PlatformFiles, RenameFileMovesTheFileWithItsContents) {
+    TempFolder temp;
+    WriteFile(temp / "store.db.creating", "contents");
+
+    EXPECT_TRUE(platform::RenameFile((temp / "store.db.creating").string(), (temp / "store.db").string()));
+
+    EXPECT_FALSE(fs::exists(temp / "store.db.creating"));
+    ASSERT_TRUE(fs::exists(temp / "store.db"));
+    EXPECT_EQ(fs::file_size(temp / "store.db"), 8u);
+}
+
+TEST(PlatformFiles, RenameFileReplacesAFileAlreadyThere) {
+    TempFolder temp;
+    WriteFile(temp / "new", "new contents");
+    WriteFile(temp / "old", "old");
+
+    EXPECT_TRUE(platform::RenameFile((temp / "new").string(), (temp / "old").string()));
+
+    EXPECT_FALSE(fs::exists(temp / "new"));
+    EXPECT_EQ(fs::file_size(temp / "old"), 12u);
+}
+
+TEST(PlatformFiles, RenameFileOfAMissingFileFailsAndMakesNothing) {
+    TempFolder temp;
+
+    EXPECT_FALSE(platform::RenameFile((temp / "missing").string(), (temp / "target").string()));
+
+    EXPECT_FALSE(fs::exists(temp / "target"));
+}
+
+TEST(PlatformFiles, RenameFileIntoAMissingFolderFailsAndKeepsTheFile) {
+    TempFolder temp;
+    WriteFile(temp / "file", "x");
+
+    EXPECT_FALSE(platform::RenameFile((temp / "file").string(), (temp / "missing" / "file").string()));
+
+    EXPECT_TRUE(fs::exists(temp / "file"));
+}
+
+// ---- forcing to the disk ----
+
+TEST(PlatformFiles, SyncFileOfAFileSucceedsAndLeavesItAsItWas) {
+    TempFolder temp;
+    WriteFile(temp / "file", "contents");
+
+    EXPECT_TRUE(platform::SyncFile((temp / "file").string()));
+
+    EXPECT_EQ(fs::file_size(temp / "file"), 8u);
+}
+
+TEST(PlatformFiles, SyncFileOfAMissingFileFailsAndMakesNothing) {
+    TempFolder temp;
+
+    EXPECT_FALSE(platform::SyncFile((temp / "missing").string()));
+
+    EXPECT_FALSE(fs::exists(temp / "missing"));
+}
+
+TEST(PlatformFiles, SyncFolderSucceedsWithOrWithoutATrailingSeparator) {
+    TempFolder temp;
+
+    EXPECT_TRUE(platform::SyncFolder(temp.Utf8()));
+    EXPECT_TRUE(platform::SyncFolder(temp.Utf8() + "/"));
+}
+
+TEST(PlatformFiles, SyncFolderFailsForAMissingFolderAndForAFile) {
+    TempFolder temp;
+    WriteFile(temp / "file", "x");
+
+    EXPECT_FALSE(platform::SyncFolder((temp / "missing").string()));
+    EXPECT_FALSE(platform::SyncFolder((temp / "file").string()));
 }
 
 // ---- MakeSureDirectoryPathExists ----
