@@ -1,6 +1,10 @@
 // A recursive-descent JSON reader after RFC 8259.
 #include "json_reader.h"
 
+#include <string>
+
+#include "platform/text.h"
+
 namespace zandb4::testing {
 namespace {
 
@@ -143,24 +147,6 @@ private:
         return true;
     }
 
-    static void AppendUtf8(std::string& out, uint32_t cp) {
-        if (cp < 0x80) {
-            out += static_cast<char>(cp);
-        } else if (cp < 0x800) {
-            out += static_cast<char>(0xC0 | (cp >> 6));
-            out += static_cast<char>(0x80 | (cp & 0x3F));
-        } else if (cp < 0x10000) {
-            out += static_cast<char>(0xE0 | (cp >> 12));
-            out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (cp & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (cp >> 18));
-            out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (cp & 0x3F));
-        }
-    }
-
     bool String(std::string& out) {
         if (!Take('"')) return false;
         while (m_at < m_text.size()) {
@@ -199,16 +185,19 @@ private:
                     out += '\t';
                     break;
                 case 'u': {
+                    // A lone or reversed surrogate is an error here; a valid
+                    // character goes through the library's converter.
                     uint32_t unit = 0;
                     if (!Hex4(unit)) return false;
+                    std::u16string units(1, static_cast<char16_t>(unit));
                     if (unit >= 0xD800 && unit <= 0xDBFF) {
                         uint32_t low = 0;
                         if (!TakeWord("\\u") || !Hex4(low) || low < 0xDC00 || low > 0xDFFF) return false;
-                        unit = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
+                        units += static_cast<char16_t>(low);
                     } else if (unit >= 0xDC00 && unit <= 0xDFFF) {
                         return false;
                     }
-                    AppendUtf8(out, unit);
+                    out += zandb4::platform::ToUtf8(units);
                     break;
                 }
                 default:
