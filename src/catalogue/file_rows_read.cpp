@@ -108,7 +108,9 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
     if (outId != nullptr) *outId = 0;
     if (outRecord != nullptr) *outRecord = nullptr;
     if (row == nullptr) return E_INVALIDARG;
-    uint64_t fileId = static_cast<uint64_t>(row->ColumnInt64(0));
+    // file_id leads both row forms.
+    static_assert(file_table::kFileId == 0 && file_table::kShortFileId == 0);
+    uint64_t fileId = static_cast<uint64_t>(row->ColumnInt64(file_table::kFileId));
     if (outId != nullptr) *outId = fileId;
     uint32_t mask = MaskOfMode(mode);
 

@@ -33,13 +33,6 @@ void RemoveCompanionFiles(const std::string& path) {
     for (const char* suffix : kCompanionSuffixes) platform::DeleteFile(path + suffix);
 }
 
-// The folder that holds the file at path.
-std::string FolderOf(const std::string& path) {
-    size_t slash = path.rfind('/');
-    if (slash == std::string::npos) return ".";
-    return slash == 0 ? std::string("/") : path.substr(0, slash);
-}
-
 }  // namespace
 
 CSQLiteDBBase::CSQLiteDBBase() = default;
@@ -94,9 +87,7 @@ HRESULT CSQLiteDBBase::Open() {
         m_volumeSerial = 0;
     } else {
         m_volumeSerial = platform::GetVolumeSerial(narrowPath);
-        uint32_t stored = 0;
-        GetVersion(&stored);
-        if (stored != 0 && stored / 1000 > m_version / 1000) m_tooNew = 1;
+        NoteTooNew();
     }
     m_inTransaction = 0;
     return S_OK;
@@ -138,7 +129,7 @@ HRESULT CSQLiteDBBase::MakeNewFile(const std::string& path) {
     // Makes the new name itself durable. A file system that cannot sync a
     // folder is no reason to fail: the file is whole under its name, and if a
     // power loss took the name, the next Open builds the file again.
-    platform::SyncFolder(FolderOf(path));
+    platform::SyncFolder(m_folder.ToUtf8());
     return made == S_OK ? S_OK : E_FAIL;
 }
 
@@ -155,10 +146,16 @@ HRESULT CSQLiteDBBase::OpenReadOnly(int busyMilliseconds) {
         return E_FAIL;
     }
     sqlite3_busy_timeout(m_db, busyMilliseconds);
+    NoteTooNew();
+    return S_OK;
+}
+
+void CSQLiteDBBase::NoteTooNew() {
+    // Only the major version counts: a newer minor version of the same major
+    // gets no flag.
     uint32_t stored = 0;
     GetVersion(&stored);
     if (stored != 0 && stored / 1000 > m_version / 1000) m_tooNew = 1;
-    return S_OK;
 }
 
 HRESULT CSQLiteDBBase::GetVersion(uint32_t* outVersion) {

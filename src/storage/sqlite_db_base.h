@@ -110,6 +110,8 @@ protected:
 
 private:
     void CloseConnection();
+    // Sets m_tooNew when the stored version is of a newer major version.
+    void NoteTooNew();
     // Builds the new file path under its temporary name and renames it into
     // place; leaves no connection open. S_OK when the file is in place with
     // its tables; E_FAIL when CreateTables failed (the file is in place all
