@@ -18,5 +18,5 @@ done
 
 echo "=== tsan build (threads) ==="
 cmake --preset tsan > /dev/null
-cmake --build --preset tsan -j "$jobs" --target zandb4_thread_tests
+cmake --build --preset tsan -j "$jobs" --target zandb4_thread_tests zandb4_shard_thread_tests
 ctest --preset tsan -j "$jobs" -L threads

@@ -12,6 +12,8 @@
 #include "frame/file_record_cache.h"
 
 class CSQLiteFileBasicDB;
+class CSQLiteMetaDataDBFactory;
+class CSQLiteThumbDBMgr;
 
 namespace zandb4::DatabaseRegistry {
 
@@ -19,6 +21,20 @@ inline int32_t initCount = 0;
 
 // The catalogue, "FileBasic.db": made first, closed last.
 inline CSQLiteFileBasicDB* fileBasicDB = nullptr;
+
+// The seven thumbnail families, each with a folder "<name>_0s" for kind 1
+// and "<name>_1s" for kind 2: files, person and pet icons (individuals),
+// person and pet faces, albums, face groups.
+inline CSQLiteThumbDBMgr* thumbMgr = nullptr;
+inline CSQLiteThumbDBMgr* psniThumbMgr = nullptr;
+inline CSQLiteThumbDBMgr* ptiThumbMgr = nullptr;
+inline CSQLiteThumbDBMgr* psnfThumbMgr = nullptr;
+inline CSQLiteThumbDBMgr* ptfThumbMgr = nullptr;
+inline CSQLiteThumbDBMgr* albmThumbMgr = nullptr;
+inline CSQLiteThumbDBMgr* grfThumbMgr = nullptr;
+
+// The large-metadata shards, folder "meta".
+inline CSQLiteMetaDataDBFactory* metaFactory = nullptr;
 
 // The live file records by file id; made once per start, reference counted.
 // The pointer is the frame's slot, which records and stores use directly.

@@ -17,6 +17,9 @@
 #include "records/file_large_meta_data.h"
 #include "records/file_meta_db_record.h"
 #include "records/query_mgr.h"
+#include "shards/edit_file_cache.h"
+#include "shards/file_cache.h"
+#include "shards/main_image_cache.h"
 #include "zandb4/exports.h"
 #include "zandb4/identifiers.h"
 
@@ -41,16 +44,16 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4TagDBRecord, nullptr},
     {&IID_IZanDB4FileMetaDBRecord, [] () -> IUnknown* { return new CZanDB4FileMetaDBRecord(); }},
     {&IID_IZanDB4DBUtility, nullptr},
-    {&IID_IZanDB4EditFileCache, nullptr},
+    {&IID_IZanDB4EditFileCache, [] () -> IUnknown* { return new CZanDB4EditFileCache(); }},
     {&IID_IZanDB4FileLargeMetaData, [] () -> IUnknown* { return new CZanDB4FileLargeMetaData(); }},
     {&IID_IZanDB4FaceDBRecord, [] () -> IUnknown* { return new CZanDB4FaceDBRecord(); }},
     {&IID_IZanDB4IndividualDBRecord, nullptr},
     {&IID_IZanDB4IndividualGroupDBRecord, nullptr},
     {&IID_IZanDB4FaceDBMgr, nullptr},
-    {&IID_IZanDB4FileCache, nullptr},
+    {&IID_IZanDB4FileCache, [] () -> IUnknown* { return new CZanDB4FileCache(); }},
     {&IID_IZanDB4ImportDBMgr, [] () -> IUnknown* { return new CZanDB4ImportMgr(DatabaseRegistry::fileBasicDB); }},
     {&IID_IZanDB4ImportDBRecord, [] () -> IUnknown* { return new CZanDB4ImportDBRecord(); }},
-    {&IID_IZanDB4MainImageCache, nullptr},
+    {&IID_IZanDB4MainImageCache, [] () -> IUnknown* { return new CZanDB4MainImageCache(); }},
     {&IID_IZanDB4GPSLogDBRecord, nullptr},
     {&IID_IZanDB4GPSLogFileRecord, nullptr},
     {&IID_IZanDB4GPSLogDBMgr, nullptr},

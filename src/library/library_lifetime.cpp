@@ -12,6 +12,8 @@
 #include "library/database_registry.h"
 #include "library/library_paths.h"
 #include "platform/files.h"
+#include "shards/meta_data_db_factory.h"
+#include "shards/thumb_db_mgr.h"
 #include "zandb4/exports.h"
 #include "zandb4/foundation.h"
 #include "zandb4/identifiers.h"
@@ -40,6 +42,23 @@ void OpenStore(Store*& member, const CZanTString& folder, const WCHAR* fileName)
     member->m_folder = folder;
     member->m_fileName = fileName;
     member->Open();
+}
+
+// Makes a thumbnail family in the registry member on the four folder names
+// "<name>_0s", "_0a", "_1s", "_1a". Its Initialize result is not looked at:
+// a family without factories answers E_INVALIDARG to every kind.
+void MakeThumbnailFamily(CSQLiteThumbDBMgr*& member, const CZanTString& databaseFolder, const WCHAR* name) {
+    member = new CSQLiteThumbDBMgr();
+    CZanTString base(name);
+    member->Initialize(databaseFolder, base + u"_0s", base + u"_0a", base + u"_1s", base + u"_1a");
+}
+
+// Closes the shards of both kinds of a family and destroys it.
+void CloseThumbnailFamily(CSQLiteThumbDBMgr*& member) {
+    if (member == nullptr) return;
+    member->CloseShards();
+    delete member;
+    member = nullptr;
 }
 
 template <class Store>
@@ -82,10 +101,20 @@ HRESULT StartLibrary(const WCHAR* root) {
 
     // The stores, in their fixed order. A store that fails to open stays in
     // the registry without a connection; its operations then answer E_FAIL.
-    // (The staging, GPS, memory-data and access-log stores, the thumbnail
-    // and feature point families and the metadata shards take their places
-    // after the catalogue as their classes join the library.)
+    // (The staging, GPS, memory-data and access-log stores and the feature
+    // point families take their places as their classes join the library.)
+    // No shard folder is made here: each is made when its first shard is.
     OpenStore(DatabaseRegistry::fileBasicDB, databaseFolder, u"FileBasic.db");
+    MakeThumbnailFamily(DatabaseRegistry::thumbMgr, databaseFolder, u"thumb");
+    MakeThumbnailFamily(DatabaseRegistry::psniThumbMgr, databaseFolder, u"psni");
+    MakeThumbnailFamily(DatabaseRegistry::ptiThumbMgr, databaseFolder, u"pti");
+    MakeThumbnailFamily(DatabaseRegistry::psnfThumbMgr, databaseFolder, u"psnf");
+    MakeThumbnailFamily(DatabaseRegistry::ptfThumbMgr, databaseFolder, u"ptf");
+    MakeThumbnailFamily(DatabaseRegistry::albmThumbMgr, databaseFolder, u"albm");
+    MakeThumbnailFamily(DatabaseRegistry::grfThumbMgr, databaseFolder, u"grf");
+    CZanTString metaFolder(databaseFolder);
+    metaFolder.AppendPath(u"meta");
+    DatabaseRegistry::metaFactory = new CSQLiteMetaDataDBFactory(metaFolder);
 
     if (DatabaseRegistry::fileRecordCache == nullptr)
         DatabaseRegistry::fileRecordCache = new FileRecordCache(&DatabaseRegistry::fileRecordCache);
@@ -134,8 +163,20 @@ extern "C" HRESULT ZanDB4_Finalize() {
     CommitStore(DatabaseRegistry::fileBasicDB, anyCommitted);
     BackUpAfterCommittedSession(anyCommitted);
     EmptyRecordCache();
-    // The other stores close here, the catalogue last, because everything
-    // before it may still reach it.
+    // The thumbnail families close (each commits what its shards hold),
+    // then the metadata shards, then the file thumbnails, and the catalogue
+    // last, because everything before it may still reach it. (Staging, GPS,
+    // memory data, the access log and the feature point families close
+    // before the families as their classes join the library.)
+    CloseThumbnailFamily(DatabaseRegistry::albmThumbMgr);
+    CloseThumbnailFamily(DatabaseRegistry::psniThumbMgr);
+    CloseThumbnailFamily(DatabaseRegistry::ptiThumbMgr);
+    CloseThumbnailFamily(DatabaseRegistry::psnfThumbMgr);
+    CloseThumbnailFamily(DatabaseRegistry::ptfThumbMgr);
+    CloseThumbnailFamily(DatabaseRegistry::grfThumbMgr);
+    delete DatabaseRegistry::metaFactory;
+    DatabaseRegistry::metaFactory = nullptr;
+    CloseThumbnailFamily(DatabaseRegistry::thumbMgr);
     CloseStore(DatabaseRegistry::fileBasicDB);
     return S_OK;
 }
