@@ -93,10 +93,6 @@ private:
     void RecountAlbum(uint64_t albumId);
     // Writes file_count of a person (type 1) or pet (type 2).
     void WriteFileCount(uint32_t individualType, uint64_t id, int64_t count);
-    // "SELECT count(column) FROM table" prepares and gives a row.
-    bool HasColumn(const WCHAR* table, const WCHAR* column);
-    // The rebuild of an old meta_table; answers the version to go on with.
-    uint32_t RebuildMetaTable(uint32_t version);
 
     std::set<uint64_t> m_personRecount;
     std::set<uint64_t> m_petRecount;
