@@ -11,6 +11,7 @@
 
 #include "frame/file_record_cache.h"
 
+class CSQLiteAsyncDB;
 class CSQLiteFileBasicDB;
 class CSQLiteMetaDataDBFactory;
 class CSQLiteThumbDBMgr;
@@ -21,6 +22,10 @@ inline int32_t initCount = 0;
 
 // The catalogue, "FileBasic.db": made first, closed last.
 inline CSQLiteFileBasicDB* fileBasicDB = nullptr;
+
+// The staging store, "FileBasicAsync.db": new files and faces wait here
+// until they move into the catalogue.
+inline CSQLiteAsyncDB* asyncDB = nullptr;
 
 // The seven thumbnail families, each with a folder "<name>_0s" for kind 1
 // and "<name>_1s" for kind 2: files, person and pet icons (individuals),

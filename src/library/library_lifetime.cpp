@@ -14,6 +14,7 @@
 #include "platform/files.h"
 #include "shards/meta_data_db_factory.h"
 #include "shards/thumb_db_mgr.h"
+#include "staging/async_db.h"
 #include "zandb4/exports.h"
 #include "zandb4/foundation.h"
 #include "zandb4/identifiers.h"
@@ -101,10 +102,11 @@ HRESULT StartLibrary(const WCHAR* root) {
 
     // The stores, in their fixed order. A store that fails to open stays in
     // the registry without a connection; its operations then answer E_FAIL.
-    // (The staging, GPS, memory-data and access-log stores and the feature
-    // point families take their places as their classes join the library.)
+    // (The GPS, memory-data and access-log stores and the feature point
+    // families take their places as their classes join the library.)
     // No shard folder is made here: each is made when its first shard is.
     OpenStore(DatabaseRegistry::fileBasicDB, databaseFolder, u"FileBasic.db");
+    OpenStore(DatabaseRegistry::asyncDB, databaseFolder, u"FileBasicAsync.db");
     MakeThumbnailFamily(DatabaseRegistry::thumbMgr, databaseFolder, u"thumb");
     MakeThumbnailFamily(DatabaseRegistry::psniThumbMgr, databaseFolder, u"psni");
     MakeThumbnailFamily(DatabaseRegistry::ptiThumbMgr, databaseFolder, u"pti");
@@ -157,12 +159,17 @@ extern "C" HRESULT ZanDB4_Finalize() {
     DatabaseRegistry::initCount = DatabaseRegistry::initCount - 1;
     if (DatabaseRegistry::initCount != 0) return S_OK;
     // Each commit's answer replaces the flag: staging, GPS and memory data
-    // (as they join the library), the application log closes, then the
-    // catalogue commits.
+    // (the latter two as they join the library), the application log closes,
+    // then the catalogue commits.
     BOOL anyCommitted = 0;
+    CommitStore(DatabaseRegistry::asyncDB, anyCommitted);
     CommitStore(DatabaseRegistry::fileBasicDB, anyCommitted);
     BackUpAfterCommittedSession(anyCommitted);
     EmptyRecordCache();
+    // The staging store is the only one compacted at every stop: it fills
+    // and empties with each import.
+    if (DatabaseRegistry::asyncDB != nullptr) DatabaseRegistry::asyncDB->Vacuum();
+    CloseStore(DatabaseRegistry::asyncDB);
     // The thumbnail families close (each commits what its shards hold),
     // then the metadata shards, then the file thumbnails, and the catalogue
     // last, because everything before it may still reach it. (Staging, GPS,
