@@ -1,8 +1,6 @@
 // FileTableRows: the writes of file_table. A row is inserted from a record
 // or from plain values, changed by an UPDATE generated from the record's
 // changed mask, and deleted with everything that hangs on it.
-#include <cstdarg>
-
 #include "albums/tag_links.h"
 #include "catalogue/file_rows.h"
 #include "catalogue/file_table.h"
@@ -11,6 +9,7 @@
 #include "frame/factory.h"
 #include "frame/file_record_cache.h"
 #include "records/file_db_record.h"
+#include "records/file_record_values.h"
 #include "records/meta_rows.h"
 #include "shards/main_image_cache_rows.h"
 #include "storage/result_codes.h"
@@ -19,6 +18,7 @@
 using zandb4::ComPtr;
 using zandb4::FileRecordCache;
 using zandb4::Statement;
+using file_record_values::SetList;
 
 namespace {
 
@@ -38,168 +38,27 @@ InsertOutcome RunFileInsert(sqlite3* db, const FileRowValues& row) {
     return step == SQLITE_DONE ? InsertOutcome::kDone : InsertOutcome::kFailed;
 }
 
-uint32_t ThumbnailSizeOf(IZanDB4FileDBRecord* record) {
-    uint32_t width = 0, height = 0;
-    record->GetThumbnailSize(&width, &height);
-    return width * 65536u + height;
+// The catalogue's path rules: a trailing separator goes from the path and a
+// leading one from the name, and path_key is made afresh with the path.
+void CataloguePathColumns(SetList& set, const CZanTString& path, uint32_t diskVsn) {
+    set.Text(u"file_path", file_table::StoredFilePath(path));
+    set.Unsigned(u"disk_vsn", diskVsn);
+    set.Text(u"path_key", file_table::PathKeyOf(path, diskVsn));
 }
 
-uint32_t Flag(IZanDB4FileDBRecord* record, HRESULT (IZanDB4FileDBRecord::*getter)(uint8_t*)) {
-    uint8_t value = 0;
-    (record->*getter)(&value);
-    return value != 0 ? 1u : 0u;
-}
-
-// The values a file row takes over from a record, whether the row is the
-// record's own or an item group's made from it: shooting date, position,
-// attributes, thumbnail, flags, album and class.
-void ReadDescriptiveValues(IZanDB4FileDBRecord* record, FileRowValues& row) {
-    record->GetShootingDateValue(&row.shootingDate);
-    float latitude = 0, longitude = 0;
-    record->GetGPS(&latitude, &longitude);
-    row.latitude = latitude;
-    row.longitude = longitude;
-    record->GetFileAttributes(&row.fileAttributes);
-    row.thumbnailSize = ThumbnailSizeOf(record);
-    uint16_t orientation = 0;
-    record->GetThumbnailOrientation(&orientation);
-    row.thumbnailOrientation = orientation;
-    row.didEdit = Flag(record, &IZanDB4FileDBRecord::GetDidEdit) != 0;
-    row.isFavorite = Flag(record, &IZanDB4FileDBRecord::GetIsFavorite) != 0;
-    row.didDetectFace = Flag(record, &IZanDB4FileDBRecord::GetDidDetectFace) != 0;
-    record->GetAlbumID(&row.albumId);
-    row.uploadFlag = Flag(record, &IZanDB4FileDBRecord::GetUploadFlag) != 0;
-    uint8_t classifyId = 0;
-    record->GetClassifyID(&classifyId);
-    row.classifyId = classifyId;
-}
-
-// Every column value of a record, read through its getters.
-FileRowValues RowValuesOf(IZanDB4FileDBRecord* record) {
-    FileRowValues row;
-    record->GetFileID(&row.fileId);
-    record->GetFilePath(row.filePath, &row.diskVsn);
-    record->GetFileName(row.fileName);
-    record->GetFileFormat(&row.fileFormat);
-    ReadDescriptiveValues(record, row);
-    record->GetManage(&row.manage);
-    SYSTEMTIME parentDate{};
-    record->GetParent(&row.parentId, &parentDate);
-    row.parentShootingDate = CZanTDateTime(parentDate).GetPacked();
-    return row;
-}
-
-// The SET list of a generated UPDATE: the first item bare, every later one
-// behind a comma. Values stand in the text unescaped.
-class SetList {
-public:
-    void Unsigned(const WCHAR* column, uint32_t value) { Add(u"%s='%u'", column, value); }
-    void Text(const WCHAR* column, const CZanTString& value) { Add(u"%s='%s'", column, value.GetString()); }
-    void Wide(const WCHAR* column, uint64_t value) { Add(u"%s='%llu'", column, static_cast<unsigned long long>(value)); }
-    void Real(const WCHAR* column, float value) { Add(u"%s='%f'", column, static_cast<double>(value)); }
-    CZanTString& Sql() { return m_sql; }
-
-private:
-    void Add(const WCHAR* format, ...) {
-        va_list args;
-        va_start(args, format);
-        if (!m_first) m_sql += u",";
-        m_sql.AppendFormatV(format, args);
-        va_end(args);
-        m_first = false;
-    }
-
-    CZanTString m_sql;
-    bool m_first = true;
+constexpr file_record_values::UpdateRules kCatalogueUpdate = {
+    u"file_table",
+    CataloguePathColumns,
+    file_table::StoredFileName,
+    true,
 };
-
-// The UPDATE of the columns that mask names, in the fixed order of the mask
-// bits, with the values written into the text.
-CZanTString ColumnUpdateOf(IZanDB4FileDBRecord* record, uint32_t mask, uint64_t fileId) {
-    SetList set;
-    set.Sql().Format(u"UPDATE %s SET ", u"file_table");
-    if (mask & CZanDB4FileDBRecord::kManage) {
-        uint32_t manage = 0;
-        record->GetManage(&manage);
-        set.Unsigned(u"manage", manage);
-    }
-    if (mask & CZanDB4FileDBRecord::kFilePath) {
-        CZanTString path;
-        uint32_t diskVsn = 0;
-        record->GetFilePath(path, &diskVsn);
-        set.Text(u"file_path", file_table::StoredFilePath(path));
-        set.Unsigned(u"disk_vsn", diskVsn);
-        set.Text(u"path_key", file_table::PathKeyOf(path, diskVsn));
-    }
-    if (mask & CZanDB4FileDBRecord::kFileName) {
-        CZanTString name;
-        record->GetFileName(name);
-        set.Text(u"file_name", file_table::StoredFileName(name));
-    }
-    if (mask & CZanDB4FileDBRecord::kFileFormat) {
-        uint32_t format = 0;
-        record->GetFileFormat(&format);
-        set.Unsigned(u"file_format", format);
-    }
-    if (mask & CZanDB4FileDBRecord::kShootingDate) {
-        int64_t date = 0;
-        record->GetShootingDateValue(&date);
-        set.Wide(u"shooting_date", static_cast<uint64_t>(date));
-    }
-    if (mask & CZanDB4FileDBRecord::kThumbnailSize) set.Unsigned(u"thumbnail_size", ThumbnailSizeOf(record));
-    if (mask & CZanDB4FileDBRecord::kThumbnailOrientation) {
-        uint16_t orientation = 0;
-        record->GetThumbnailOrientation(&orientation);
-        set.Unsigned(u"thumbnail_orientation", orientation);
-    }
-    if (mask & CZanDB4FileDBRecord::kGps) {
-        float latitude = 0, longitude = 0;
-        record->GetGPS(&latitude, &longitude);
-        set.Real(u"gps_latitude", latitude);
-        set.Real(u"gps_longitude", longitude);
-    }
-    if (mask & CZanDB4FileDBRecord::kFileAttributes) {
-        uint32_t attributes = 0;
-        record->GetFileAttributes(&attributes);
-        set.Unsigned(u"file_attributes", attributes);
-    }
-    if (mask & CZanDB4FileDBRecord::kDidEdit) set.Unsigned(u"did_edit", Flag(record, &IZanDB4FileDBRecord::GetDidEdit));
-    if (mask & CZanDB4FileDBRecord::kIsFavorite)
-        set.Unsigned(u"is_favorite", Flag(record, &IZanDB4FileDBRecord::GetIsFavorite));
-    if (mask & CZanDB4FileDBRecord::kDidDetectFace)
-        set.Unsigned(u"did_detect_face", Flag(record, &IZanDB4FileDBRecord::GetDidDetectFace));
-    if (mask & CZanDB4FileDBRecord::kAlbumId) {
-        uint64_t albumId = 0;
-        record->GetAlbumID(&albumId);
-        set.Wide(u"album_id", albumId);
-    }
-    if (mask & CZanDB4FileDBRecord::kParent) {
-        uint64_t parentId = 0;
-        SYSTEMTIME parentDate{};
-        record->GetParent(&parentId, &parentDate);
-        int64_t date = CZanTDateTime(parentDate).GetPacked();
-        // A file without a parent carries its own shooting date there.
-        if (parentId == 0) record->GetShootingDateValue(&date);
-        set.Wide(u"parent_id", parentId);
-        set.Wide(u"parent_shooting_date", static_cast<uint64_t>(date));
-    }
-    if (mask & CZanDB4FileDBRecord::kUploadFlag)
-        set.Unsigned(u"upload_flag", Flag(record, &IZanDB4FileDBRecord::GetUploadFlag));
-    if (mask & CZanDB4FileDBRecord::kClassifyId) {
-        uint8_t classifyId = 0;
-        record->GetClassifyID(&classifyId);
-        set.Unsigned(u"classify_id", classifyId);
-    }
-    set.Sql().AppendFormat(u" WHERE %s='%llu'", u"file_id", static_cast<unsigned long long>(fileId));
-    return set.Sql();
-}
 
 }  // namespace
 
 HRESULT FileTableRows::InsertFileRecord(IZanDB4FileDBRecord* record) {
     if (record == nullptr) return E_INVALIDARG;
     m_store.BeginTransaction();
-    FileRowValues row = RowValuesOf(record);
+    FileRowValues row = file_record_values::ValuesOf(record);
     InsertOutcome outcome = RunFileInsert(m_store.m_db, row);
     // A statement that does not prepare is not reported: callers find out
     // from a later read. Existing clients are written against this.
@@ -246,7 +105,7 @@ HRESULT FileTableRows::AddItemGroupFile(uint64_t fileId, IZanDB4FileDBRecord* so
 
     ComPtr<IZanDB4FileMetaDBRecord> meta;
     source->GetMetaRecord(meta.Receive());  // brings the metadata in for the insert below
-    ReadDescriptiveValues(source, row);
+    file_record_values::ReadDescriptiveValues(source, row);
     row.parentShootingDate = row.shootingDate;
 
     HRESULT result = InsertFileRow(row);
@@ -306,7 +165,7 @@ HRESULT FileTableRows::UpdateFileRecord(uint64_t fileId, IZanDB4FileDBRecord* re
     uint32_t mask = 0;
     record->GetChangedMask(&mask);
     if (mask != 0) {
-        CZanTString sql = ColumnUpdateOf(record, mask, fileId);
+        CZanTString sql = file_record_values::ColumnUpdateOf(record, mask, fileId, kCatalogueUpdate);
         if (mask & CZanDB4FileDBRecord::kAlbumId) NoteAlbumsOfUpdate(fileId, record);
 
         // With only relation bits in the mask the SET list is empty and the
