@@ -9,6 +9,8 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
+#include <vector>
 
 #include "storage/sqlite_db_base.h"
 #include "zandb4/faces.h"
@@ -28,6 +30,8 @@ struct StagedFileOverrides {
     uint32_t diskVsn = 0;
     CZanTString fileName;
 };
+
+class CSQLiteFileBasicDB;
 
 class CSQLiteAsyncDB : public CSQLiteDBBase {
 public:
@@ -79,6 +83,27 @@ public:
     // rows ready. A file that is not staged is S_OK; E_FAIL when a statement
     // does not prepare.
     HRESULT MarkFaceDetected(uint64_t fileId);
+
+    // The move into the catalogue (staging/async_db_move.cpp). The caller
+    // holds the catalogue's lock across the whole move.
+    //
+    // Inserts every staged row that is ready (can_commit 1) into the
+    // catalogue's open transaction, its file row and then its metadata row
+    // (replacing an old one), and appends to failed the id of each row
+    // whose file row or metadata row did not go in (a file row that went in
+    // stays). Then copies every staged tag link into the catalogue, results
+    // not looked at. Staging itself is not changed. E_FAIL when a pass
+    // cannot be prepared or finalized, else S_OK.
+    HRESULT MoveFiles(CSQLiteFileBasicDB& catalogue, std::vector<uint64_t>& failed);
+    // A new face record (one reference each) for every staged face of a file
+    // whose status is ready, persons then pets, and their ids in faceIds.
+    // Both are emptied first. E_FAIL when the list ends empty.
+    HRESULT ReadFaces(std::vector<IZanDB4FaceDBRecord*>& faces, std::set<uint64_t>& faceIds);
+    // Deletes the staged faces of that type whose ids are in the set, then
+    // the whole status table of that type. An empty set is S_OK with nothing
+    // done; E_INVALIDARG for a type other than 1 or 2; E_FAIL when the face
+    // delete failed.
+    HRESULT DeleteFaces(const std::set<uint64_t>& faceIds, uint32_t type);
 
 private:
     // The tag links of a staged file from the record's tag list. The first
