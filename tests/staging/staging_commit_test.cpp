@@ -15,6 +15,7 @@
 #include "library/database_registry.h"
 #include "records/file_db_record.h"
 #include "records/file_meta_db_record.h"
+#include "zandb4/identifiers.h"
 #include "shards/meta_data_db_factory.h"
 #include "shards/thumb_db_mgr.h"
 #include "staging/async_db.h"
@@ -271,6 +272,88 @@ TEST_F(StagingCommit, WithoutACatalogueCommitAndRollbackFail) {
     CZanDB4FileDBMgr orphan(nullptr, nullptr, nullptr, nullptr);
     EXPECT_EQ(orphan.Commit(7), E_FAIL);
     EXPECT_EQ(orphan.Rollback(3), E_FAIL);
+}
+
+}  // namespace
+
+namespace {
+
+class StagedFaceMove : public StagingCommit {
+protected:
+    void AddFace(uint64_t faceId, uint32_t type, uint64_t fileId) {
+        ComPtr<IZanDB4FaceDBRecord> face;
+        ASSERT_EQ(ZanDB4_CreateInstance(&IID_IZanDB4FaceDBRecord, reinterpret_cast<void**>(face.Receive())), S_OK);
+        face->SetIndividualType(type);
+        face->SetFileID(fileId);
+        face->SetIndividualID(30 + faceId);
+        RECT rect{10, 20, 110, 220};
+        face->SetRect(&rect);
+        ASSERT_EQ(Staging().AddFace(faceId, face.Get()), S_OK);
+    }
+    static void ReleaseAll(std::vector<IZanDB4FaceDBRecord*>& faces) {
+        for (IZanDB4FaceDBRecord* face : faces) face->Release();
+        faces.clear();
+    }
+};
+
+TEST_F(StagedFaceMove, ReadFacesGivesPersonsThenPetsWithTheirValues) {
+    AddFace(2, 2, 5);
+    AddFace(1, 1, 5);
+    std::vector<IZanDB4FaceDBRecord*> faces;
+    std::set<uint64_t> ids = {99};
+    ASSERT_EQ(Staging().ReadFaces(faces, ids), S_OK);
+    ASSERT_EQ(faces.size(), 2u);
+    EXPECT_EQ(ids, (std::set<uint64_t>{1, 2}));
+    uint64_t faceId = 0, fileId = 0, individualId = 0;
+    uint32_t type = 0;
+    RECT rect{};
+    faces[0]->GetFaceID(&faceId);
+    faces[0]->GetFileID(&fileId);
+    faces[0]->GetIndividualID(&individualId);
+    faces[0]->GetIndividualType(&type);
+    faces[0]->GetRect(&rect);
+    EXPECT_EQ(faceId, 1u);
+    EXPECT_EQ(fileId, 5u);
+    EXPECT_EQ(individualId, 31u);
+    EXPECT_EQ(type, 1u);
+    EXPECT_EQ(rect.left, 10);
+    EXPECT_EQ(rect.bottom, 220);
+    faces[1]->GetIndividualType(&type);
+    EXPECT_EQ(type, 2u);
+    ReleaseAll(faces);
+}
+
+TEST_F(StagedFaceMove, ReadFacesWithNothingStagedFails) {
+    std::vector<IZanDB4FaceDBRecord*> faces;
+    std::set<uint64_t> ids;
+    EXPECT_EQ(Staging().ReadFaces(faces, ids), E_FAIL);
+    EXPECT_TRUE(faces.empty());
+}
+
+TEST_F(StagedFaceMove, DeleteFacesTakesTheSetAndTheWholeStatusTable) {
+    AddFace(1, 1, 5);
+    AddFace(2, 1, 6);
+    AddFace(3, 2, 6);
+    // A status row of a file whose faces are not in the set goes too.
+    ASSERT_EQ(zandb4::RunStatement(Staging().m_db,
+                                   u"INSERT INTO async_person_face_status_table VALUES (9, '1', '0')"),
+              S_OK);
+    std::set<uint64_t> ids = {1, 3};
+    EXPECT_EQ(Staging().DeleteFaces(ids, 1), S_OK);
+    EXPECT_EQ(Staging().DeleteFaces(ids, 2), S_OK);
+    EXPECT_TRUE(Staging().HasFace(2, 1));
+    EXPECT_FALSE(Staging().HasFace(1, 1));
+    EXPECT_FALSE(Staging().HasFace(3, 2));
+    ASSERT_EQ(Staging().Commit(false), S_OK);
+    EXPECT_EQ(Count("FileBasicAsync.db", "SELECT COUNT(*) FROM async_person_face_status_table"), 0);
+    EXPECT_EQ(Count("FileBasicAsync.db", "SELECT COUNT(*) FROM async_pet_face_status_table"), 0);
+}
+
+TEST_F(StagedFaceMove, DeleteFacesOfAnEmptySetOrAnUnknownType) {
+    AddFace(1, 1, 5);
+    EXPECT_EQ(Staging().DeleteFaces({}, 3), S_OK);
+    EXPECT_EQ(Staging().DeleteFaces({1}, 3), E_INVALIDARG);
+    EXPECT_TRUE(Staging().HasFace(1, 1));
 }
 
 }  // namespace
