@@ -8,6 +8,9 @@
 #include <sqlite3.h>
 
 #include <cstdint>
+#include <map>
+#include <memory>
+#include <new>
 #include <vector>
 
 #include "zandb4/foundation.h"
@@ -30,10 +33,68 @@ inline uint64_t ShardNumberOf(uint64_t id, uint32_t idsPerShard) { return id / i
 // shard number. Shard numbers that differ only above bit 31 share a name.
 CZanTString FileNameOf(uint64_t shardNumber, const WCHAR* nameFormat);
 
+// Makes folder with its parents, as a shard is about to be made in it. The
+// outcome is not looked at: opening the shard tells.
+void MakeShardFolder(const CZanTString& folder);
+
+// The shard of id from the map of open shards, opened first if it is not in
+// it: the folder is made if missing, then a new Shard is given the folder
+// and its file name and opened, which makes the file with its tables if
+// missing. On success the shard enters the map, which owns it; on failure it
+// is destroyed and the failure answered, and the map stays as it was. An
+// exception on the way is E_FAIL. E_INVALIDARG for a null out, E_FAIL for an
+// empty folder path.
+template <class Shard>
+HRESULT GetShardOf(std::map<uint64_t, std::unique_ptr<Shard>>& shards, const CZanTString& folder,
+                   uint32_t idsPerShard, const WCHAR* nameFormat, uint64_t id, Shard** outShard) {
+    if (outShard == nullptr) return E_INVALIDARG;
+    *outShard = nullptr;
+    uint64_t number = ShardNumberOf(id, idsPerShard);
+    auto open = shards.find(number);
+    if (open != shards.end()) {
+        *outShard = open->second.get();
+        return S_OK;
+    }
+    if (folder.IsEmpty()) return E_FAIL;
+    try {
+        MakeShardFolder(folder);
+        auto shard = std::make_unique<Shard>();
+        shard->m_folder = folder;
+        shard->m_fileName = FileNameOf(number, nameFormat);
+        HRESULT opened = shard->Open();
+        if (opened != S_OK) return opened;
+        *outShard = shard.get();
+        shards.emplace(number, std::move(shard));
+        return S_OK;
+    } catch (...) {
+        *outShard = nullptr;
+        return E_FAIL;
+    }
+}
+
 // The file names (not paths) of the shards in folder, in listing order: every
 // entry that is not a folder and whose extension, the part from the last '.'
 // of the name, is exactly ".db". A folder that cannot be listed has none.
 std::vector<CZanTString> ShardFileNamesIn(const CZanTString& folder);
+
+// Visits every shard file of the folder (ShardFileNamesIn) through a Shard
+// of its own, apart from any the factory has open: the shard is opened, a
+// file that does not open is passed over, visit(shard) runs, and the shard
+// is closed and destroyed. The first answer of visit other than S_OK ends the
+// walk and is answered.
+template <class Shard, class Visit>
+HRESULT WalkShardFiles(const CZanTString& folder, Visit&& visit) {
+    for (const CZanTString& name : ShardFileNamesIn(folder)) {
+        Shard shard;
+        shard.m_folder = folder;
+        shard.m_fileName = name;
+        HRESULT visited = S_OK;
+        if (shard.Open() == S_OK) visited = visit(shard);
+        shard.Close();
+        if (visited != S_OK) return visited;
+    }
+    return S_OK;
+}
 
 // The identifiers as the orphan counts put them into "NOT IN (%s)": each as
 // "'%llu'," with the last comma cut. An empty array gives an empty text, which
@@ -43,5 +104,21 @@ CZanTString QuotedIdList(const CZanTArray<uint64_t>& ids);
 // Runs "SELECT COUNT(*) FROM ... NOT IN (%s)" with the list in place of %s;
 // column 0 of the first row. A statement that fails, or gives no row, counts 0.
 uint32_t CountNotIn(sqlite3* db, const WCHAR* statementFormat, const CZanTString& quotedIds);
+
+// The orphan count over every shard file of the folder: the rows whose
+// identifier is not in ids, by countFormat ("SELECT COUNT(*) ... NOT IN
+// (%s)"), summed. The whole list goes into every statement. The factory
+// commits and closes its shards first.
+template <class Shard>
+uint32_t CountOrphansInFolder(const CZanTString& folder, const CZanTArray<uint64_t>& ids,
+                              const WCHAR* countFormat) {
+    CZanTString quotedIds = QuotedIdList(ids);
+    uint32_t total = 0;
+    WalkShardFiles<Shard>(folder, [&](Shard& shard) {
+        total += CountNotIn(shard.m_db, countFormat, quotedIds);
+        return S_OK;
+    });
+    return total;
+}
 
 }  // namespace shard_files

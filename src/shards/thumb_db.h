@@ -37,6 +37,4 @@ public:
     HRESULT DeleteThumbnails(const CZanTString& idList);
     // Deletes every row. E_FAIL when the statement fails.
     HRESULT DeleteAllRows();
-    // The rows whose identifier is not in quotedIds (see QuotedIdList).
-    uint32_t CountOrphans(const CZanTString& quotedIds);
 };
