@@ -26,8 +26,8 @@ struct FamilyKey {
 };
 
 constexpr FamilyKey kFamilyKeys[] = {
-    {"thumb", "file"},         {"psni", "person"}, {"pti", "pet"},         {"psnf", "person face"},
-    {"ptf", "pet face"},       {"albm", "album"},  {"grf", "face group"},
+    {"thumb", "file"},   {"psni", "person"}, {"pti", "pet"},        {"psnf", "person face"},
+    {"ptf", "pet face"}, {"albm", "album"},  {"grf", "face group"},
 };
 
 constexpr WCHAR kHasThumbnailTable[] =

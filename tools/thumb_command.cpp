@@ -21,7 +21,7 @@ constexpr std::string_view kOperands[] = {"ROOT", "ID"};
 constexpr OptionSpec kOptions[] = {
     {"--kind", "1|2", false, "the kind of thumbnail (default 1)"},
     {"--family", "NAME", false, "thumb, psni, pti, psnf, ptf, albm or grf (default thumb)"},
-    {"-o", "FILE", false, "write the bytes to FILE ('-' for standard output, even a terminal)"},
+    {"-o", "FILE", false, "write to FILE ('-': standard output, even a terminal)"},
 };
 constexpr char kStandardOutput[] = "-";
 
@@ -127,7 +127,8 @@ int RunThumb(const Invocation& invocation) {
     fs::path shard = folder / ThumbnailShardName(id);
     status = fs::status(shard, error);
     if (!fs::exists(status)) return report.Fail(kExitUsage, shard.string(), none + " (the shard file does not exist)");
-    if (fs::is_directory(status)) return report.Fail(kExitUnreadable, shard.string(), "cannot be opened (it is a folder)");
+    if (fs::is_directory(status))
+        return report.Fail(kExitUnreadable, shard.string(), "cannot be opened (it is a folder)");
 
     ThumbnailRead read = ReadThumbnail(shard, id, kBusyMilliseconds);
     switch (read.outcome) {
@@ -178,7 +179,7 @@ const Command& ThumbCommand() {
         "file; a file that cannot be written whole is removed.\n"
         "\n"
         "No thumbnail for ID (no row, no shard file, no folder) is exit 1 with the shard\n"
-        "file named. A shard file that cannot be read (not a database, damaged, locked,\n"
+        "file (or the missing folder) named. A shard file that cannot be read (not a database, damaged, locked,\n"
         "without thumbnail_table, or whose row holds no bytes) is exit 4. ROOT must hold\n"
         "a catalogue (database/FileBasic.db); the catalogue itself is not read.",
         RunThumb,

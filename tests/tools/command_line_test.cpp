@@ -53,9 +53,9 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_TRUE(Contains(run.out, "  info   list the folders and stores")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  ls     list the files of the catalogue")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  thumb  write one stored thumbnail's bytes")) << run.out;
-        for (const char* code : {"  0  success", "  1  bad usage", "  2  ROOT missing",
-                                 "  3  the library could not start", "  4  the catalogue cannot be read",
-                                 "  5  the output cannot be written"})
+        for (const char* code :
+             {"  0  success", "  1  bad usage", "  2  ROOT missing", "  3  the library could not start",
+              "  4  the catalogue cannot be read", "  5  the output cannot be written"})
             EXPECT_TRUE(Contains(run.out, code)) << code << "\n" << run.out;
     }
     EXPECT_EQ(ListedCommands(), (std::vector<std::string>{"init", "info", "ls", "thumb"}));

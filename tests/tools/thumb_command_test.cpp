@@ -158,17 +158,22 @@ TEST_F(ThumbCommand, NoSuchThumbnailIsExitOneNamingTheShardFile) {
         {{"10001", "--kind", "1"}, Shard("thumb_0s", "00000001.db"), "no thumbnail of kind 1 for file 10001"},
         // A row's key is the whole identifier: 2^64 - 1 - 10000 * 2^32 has
         // the same file name but no row.
-        {{"18446701124036591615"}, Shard("thumb_0s", "BAC710CB.db"),
+        {{"18446701124036591615"},
+         Shard("thumb_0s", "BAC710CB.db"),
          "no thumbnail of kind 1 for file 18446701124036591615"},
         // No shard file for the identifier's run.
-        {{"20000"}, Shard("thumb_0s", "00000002.db"),
+        {{"20000"},
+         Shard("thumb_0s", "00000002.db"),
          "no thumbnail of kind 1 for file 20000 (the shard file does not exist)"},
-        {{"10000", "--kind", "2"}, Shard("thumb_1s", "00000001.db"),
+        {{"10000", "--kind", "2"},
+         Shard("thumb_1s", "00000001.db"),
          "no thumbnail of kind 2 for file 10000 (the shard file does not exist)"},
         // No folder for the family's kind.
-        {{"3", "--family", "psni"}, m_root / "database" / "psni_0s",
+        {{"3", "--family", "psni"},
+         m_root / "database" / "psni_0s",
          "no thumbnail of kind 1 for person 3 (the folder does not exist)"},
-        {{"12", "--family", "albm"}, m_root / "database" / "albm_0s",
+        {{"12", "--family", "albm"},
+         m_root / "database" / "albm_0s",
          "no thumbnail of kind 1 for album 12 (the folder does not exist)"},
     };
     for (const Case& missing : cases) {
@@ -241,8 +246,8 @@ TEST_F(ThumbCommand, WithoutACatalogueIsExitTwo) {
     const std::vector<Case> cases = {
         {work / "missing", "does not exist"},
         {work / "afile", "is not a folder"},
-        {work / "plain", "holds no catalogue (" + (work / "plain" / "database" / "FileBasic.db").string() +
-                             " does not exist)"},
+        {work / "plain",
+         "holds no catalogue (" + (work / "plain" / "database" / "FileBasic.db").string() + " does not exist)"},
     };
     TreeSnapshot before = SnapshotTree(work.Path());
     for (const Case& root : cases) {
@@ -264,8 +269,8 @@ TEST_F(ThumbCommand, AShardThatCannotBeReadIsExitFour) {
     // A row whose image is empty, and one whose image is null, as a file
     // written by another program might hold.
     zandb4::testing::MakeSqliteFile(folder / "00000005.db", std::string(kThumbnailTable) +
-                                                               "; INSERT INTO thumbnail_table VALUES "
-                                                               "(50000, 0, X'', 0), (50001, 0, NULL, 0)");
+                                                                "; INSERT INTO thumbnail_table VALUES "
+                                                                "(50000, 0, X'', 0), (50001, 0, NULL, 0)");
     // A folder where shard 6 belongs.
     fs::create_directories(folder / "00000006.db");
     // A file where the folder of kind 1 of the pets belongs.
@@ -279,9 +284,11 @@ TEST_F(ThumbCommand, AShardThatCannotBeReadIsExitFour) {
     const std::vector<Case> cases = {
         {{"30000"}, folder / "00000003.db", "not a database (the file is not an SQLite file)"},
         {{"40000"}, folder / "00000004.db", "not a thumbnail shard (it has no thumbnail_table)"},
-        {{"50000"}, folder / "00000005.db",
+        {{"50000"},
+         folder / "00000005.db",
          "the thumbnail of kind 1 for file 50000 holds no bytes (its thumbnail_data is empty)"},
-        {{"50001"}, folder / "00000005.db",
+        {{"50001"},
+         folder / "00000005.db",
          "the thumbnail of kind 1 for file 50001 holds no bytes (its thumbnail_data is empty)"},
         {{"60000"}, folder / "00000006.db", "cannot be opened (it is a folder)"},
         {{"1", "--family", "pti"}, m_root / "database" / "pti_0s", "is not a folder"},
@@ -356,7 +363,8 @@ TEST_F(ThumbCommand, AnOutputThatCannotBeWrittenIsExitFiveAndLeavesNoFile) {
 
 TEST_F(ThumbCommand, StandardOutputThatCannotBeWrittenIsExitFive) {
     if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full on this system";
-    std::string command = std::string("'") + ZANDB4_TOOL_PATH + "' thumb '" + m_root.Utf8() + "' 0 >/dev/full 2>/dev/null";
+    std::string command =
+        std::string("'") + ZANDB4_TOOL_PATH + "' thumb '" + m_root.Utf8() + "' 0 >/dev/full 2>/dev/null";
     int status = std::system(command.c_str());
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 5);

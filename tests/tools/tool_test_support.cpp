@@ -124,8 +124,9 @@ void StoreThumbnails(const fs::path& root, const std::vector<StoredThumbnail>& t
         }
         CSQLiteThumbDBFactory* factory = family->Factory(thumbnail.kind);
         ASSERT_NE(factory, nullptr) << thumbnail.family << " kind " << thumbnail.kind;
-        EXPECT_EQ(factory->AddThumbnail(thumbnail.id, thumbnail.bytes.data(), static_cast<uint32_t>(thumbnail.bytes.size())),
-                  S_OK)
+        EXPECT_EQ(
+            factory->AddThumbnail(thumbnail.id, thumbnail.bytes.data(), static_cast<uint32_t>(thumbnail.bytes.size())),
+            S_OK)
             << thumbnail.family << " " << thumbnail.id;
     }
     for (auto& [name, family] : families) {
