@@ -156,6 +156,16 @@ TEST_F(MetaDataShard, EmptyFolderPathFailsEveryAccess) {
     EXPECT_EQ(factory.OpenShardCount(), 0u);
 }
 
+TEST_F(MetaDataShard, GetMetaDataClearsItsOutsEvenWhenTheShardCannotBeGot) {
+    CSQLiteMetaDataDBFactory factory{CZanTString()};
+    uint32_t type = 77, size = 88;
+    void* data = reinterpret_cast<void*>(0x1);
+    EXPECT_EQ(factory.GetMetaData(&type, &data, &size, 1), E_FAIL);
+    EXPECT_EQ(type, 0u);
+    EXPECT_EQ(data, nullptr);
+    EXPECT_EQ(size, 0u);
+}
+
 TEST_F(MetaDataShard, FolderThatCannotBeWrittenFailsAndKeepsTheMapEmpty) {
     fs::path locked = m_root / "locked";
     fs::create_directory(locked);
