@@ -11,6 +11,7 @@
 
 #include "shards/shard_files.h"
 #include "shards/thumb_db.h"
+#include "shards/thumbnail_families.h"
 #include "shards/thumbnail_table.h"
 #include "storage/statement.h"
 #include "store_reader.h"
@@ -56,7 +57,8 @@ std::string_view KeyOfFamily(std::string_view family) {
 }
 
 std::string ThumbnailFolderName(std::string_view family, int kind) {
-    return std::string(family) + (kind == 2 ? "_1s" : "_0s");
+    const WCHAR* suffix = kind == 2 ? thumbnail_families::kKind2Suffix : thumbnail_families::kKind1Suffix;
+    return std::string(family) + CZanTString(suffix).ToUtf8();
 }
 
 std::string ThumbnailShardName(uint64_t id) {
