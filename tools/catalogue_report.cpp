@@ -180,6 +180,7 @@ CatalogueReport ReadCatalogueReport(const std::string& root) {
     report.catalogueFile = CatalogueFile(root);
     report.folders.push_back(ReadFolder(root, "database"));
     report.folders.push_back(ReadFolder(root, "information"));
+    report.shards = ReadShardReports(root);
     const ReportEntry* catalogue = nullptr;
     for (const ReportEntry& entry : report.folders[0].entries) {
         if (entry.kind == ReportEntry::Kind::kStore && entry.shown == std::string("database/") + kCatalogueName)
@@ -214,6 +215,7 @@ void PrintReportText(const CatalogueReport& report, std::ostream& out) {
             }
         }
     }
+    PrintShardsText(report.shards, out);
 }
 
 void PrintReportJson(const CatalogueReport& report, std::ostream& out) {
@@ -252,6 +254,8 @@ void PrintReportJson(const CatalogueReport& report, std::ostream& out) {
         json.EndObject();
     }
     json.EndArray();
+    json.Key("shards");
+    WriteShardsJson(report.shards, json);
     json.EndObject();
     json.Finish();
 }

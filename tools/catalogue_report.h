@@ -1,7 +1,8 @@
 // What the zandb4 tool knows about a catalogue root: whether its catalogue
 // can be used, and the report of "init" and "info" (its folders and store
 // files, each store with its schema version, page size and row counts, or
-// the reason it cannot be read), in text or JSON. Everything here only
+// the reason it cannot be read, and the shard files and rows of each shard
+// folder), in text or JSON. Everything here only
 // reads: store files are opened read-only and nothing is made.
 #pragma once
 
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "command.h"
+#include "shard_report.h"
 #include "store_reader.h"
 
 namespace zandb4::tool {
@@ -57,10 +59,12 @@ struct CatalogueReport {
     std::filesystem::path catalogueFile;
     CatalogueCheck catalogue;
     std::vector<ReportFolder> folders;  // database, information
+    std::vector<ShardFolderReport> shards;
 };
 
 // Reads root/database and root/information; every ".db" file is read as a
-// store, counting the rows of each of its tables.
+// store, counting the rows of each of its tables. Then counts the shard
+// files and rows of every shard folder under root/database.
 CatalogueReport ReadCatalogueReport(const std::string& root);
 
 // One line per folder, per entry, and per table of a store; names escaped

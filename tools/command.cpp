@@ -55,7 +55,8 @@ void PrintToolHelp(std::span<const Command* const> commands, std::ostream& out) 
            "       zandb4 --version\n"
            "\n"
            "Looks into (and, with init, makes) a ZanDB4 catalogue: the folder ROOT that holds\n"
-           "database/FileBasic.db. Commands other than init change nothing on disk.\n"
+           "database/FileBasic.db. Commands other than init change nothing in the catalogue;\n"
+           "thumb -o FILE writes FILE and nothing else.\n"
            "\n"
            "commands:\n";
     size_t width = 0;
@@ -84,6 +85,12 @@ const OptionSpec* FindOption(const Command& command, std::string_view name) {
     return nullptr;
 }
 
+// "-5", "-007": a negative number, which goes to the command as an operand.
+bool IsNegativeNumber(std::string_view argument) {
+    return argument.size() > 1 && argument[0] == '-' &&
+           argument.find_first_not_of("0123456789", 1) == std::string_view::npos;
+}
+
 bool WantsHelp(std::span<const char* const> arguments) {
     for (const char* argument : arguments) {
         if (argument == kEndOfOptions) return false;
@@ -99,7 +106,7 @@ std::optional<std::string> ParseArguments(const Command& command, std::span<cons
     bool optionsEnded = false;
     for (size_t i = 0; i < arguments.size(); ++i) {
         std::string argument = arguments[i];
-        if (optionsEnded || argument == "-" || argument.empty() || argument[0] != '-') {
+        if (optionsEnded || argument == "-" || argument.empty() || argument[0] != '-' || IsNegativeNumber(argument)) {
             invocation.operands.push_back(argument);
             continue;
         }
@@ -109,7 +116,7 @@ std::optional<std::string> ParseArguments(const Command& command, std::span<cons
         }
         size_t equals = argument.find('=');
         std::string name = argument.substr(0, equals);
-        const OptionSpec* option = name.rfind("--", 0) == 0 ? FindOption(command, name) : nullptr;
+        const OptionSpec* option = FindOption(command, name);
         if (option == nullptr) return "unknown option '" + name + "'";
         std::vector<std::string>& values = invocation.options[name];
         if (!values.empty() && !option->repeatable) return "option '" + name + "' given twice";
@@ -132,13 +139,13 @@ std::optional<std::string> ParseArguments(const Command& command, std::span<cons
 }
 
 int RunCommand(const Command& command, std::span<const char* const> arguments, std::ostream& out, std::ostream& err,
-               bool errIsTerminal) {
+               bool errIsTerminal, bool outIsTerminal) {
     if (WantsHelp(arguments)) {
         PrintCommandHelp(command, out);
         return kExitOk;
     }
     Reporter report(err, std::string(command.name), UsageLine(command));
-    Invocation invocation{{}, {}, out, report, errIsTerminal};
+    Invocation invocation{{}, {}, out, report, errIsTerminal, outIsTerminal};
     if (std::optional<std::string> wrong = ParseArguments(command, arguments, invocation))
         return report.UsageError(*wrong);
     return command.run(invocation);
@@ -202,7 +209,7 @@ void PrintCommandHelp(const Command& command, std::ostream& out) {
 }
 
 int RunTool(std::span<const Command* const> commands, std::span<const char* const> arguments, std::ostream& out,
-            std::ostream& err, bool errIsTerminal) {
+            std::ostream& err, bool errIsTerminal, bool outIsTerminal) {
     Reporter report(err, "", "zandb4 COMMAND ARGUMENTS...");
     if (arguments.empty()) return report.UsageError("missing COMMAND");
     std::string_view first = arguments[0];
@@ -229,7 +236,7 @@ int RunTool(std::span<const Command* const> commands, std::span<const char* cons
     if (!first.empty() && first[0] == '-') return report.UsageError("unknown option '" + std::string(first) + "'");
     const Command* command = FindCommand(commands, first);
     if (command == nullptr) return report.UsageError("unknown command '" + std::string(first) + "'");
-    return RunCommand(*command, rest, out, err, errIsTerminal);
+    return RunCommand(*command, rest, out, err, errIsTerminal, outIsTerminal);
 }
 
 }  // namespace zandb4::tool

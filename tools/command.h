@@ -7,8 +7,11 @@
 // exit codes of exit_codes.h.
 //
 // Command-line rules, the same for every command: options may stand before
-// or after the operands; "--name=value" and "--name value" are the same; an
-// argument after "--" is an operand even if it starts with "-"; --help or -h
+// or after the operands; "--name=value" and "--name value" are the same (and
+// so "-o=value" and "-o value" for an option of one letter); an argument
+// after "--" is an operand even if it starts with "-", and so is "-" alone
+// and a minus sign followed by digits only (no option is named so, and the
+// command then says what is wrong with a negative number); --help or -h
 // anywhere before "--" shows the command's help.
 #pragma once
 
@@ -24,7 +27,7 @@
 namespace zandb4::tool {
 
 struct OptionSpec {
-    std::string_view name;       // with its dashes: "--where"
+    std::string_view name;       // with its dashes: "--where", or "-o" for one letter
     std::string_view valueName;  // "KEY=VALUE"; empty for a flag
     bool repeatable;             // may be given more than once
     std::string_view help;       // one line
@@ -63,6 +66,9 @@ struct Invocation {
     const Reporter& report;
     // Whether standard error is a terminal, for ProgressReporter.
     bool errIsTerminal;
+    // Whether standard output is a terminal, for commands that write bytes
+    // that are not text.
+    bool outIsTerminal;
 
     bool Has(std::string_view option) const { return options.find(option) != options.end(); }
     // The values of an option in the order given; none when it was not given.
@@ -87,6 +93,6 @@ void PrintCommandHelp(const Command& command, std::ostream& out);
 // arguments, or "--help", "-h", "--version", "help [COMMAND]". Answers the
 // exit code.
 int RunTool(std::span<const Command* const> commands, std::span<const char* const> arguments, std::ostream& out,
-            std::ostream& err, bool errIsTerminal);
+            std::ostream& err, bool errIsTerminal, bool outIsTerminal);
 
 }  // namespace zandb4::tool

@@ -8,5 +8,6 @@ namespace zandb4::tool {
 const Command& InitCommand();
 const Command& InfoCommand();
 const Command& ListCommand();
+const Command& ThumbCommand();
 
 }  // namespace zandb4::tool

@@ -13,6 +13,7 @@ enum ExitCode : int {
     kExitNoCatalogue = 2,
     kExitLibraryFailed = 3,
     kExitUnreadable = 4,
+    kExitCannotWrite = 5,
 };
 
 struct ExitCodeMeaning {
@@ -23,12 +24,15 @@ struct ExitCodeMeaning {
 // Every exit code with its meaning in plain words, in code order.
 inline constexpr ExitCodeMeaning kExitCodeMeanings[] = {
     {kExitOk, "success (also an ls that finds no file)"},
-    {kExitUsage, "bad usage: unknown command or option, missing argument, bad condition"},
+    {kExitUsage,
+     "bad usage: unknown command or option, missing or bad argument, bad condition; for thumb also no such "
+     "thumbnail"},
     {kExitNoCatalogue, "ROOT missing, not a folder, or holding no catalogue (database/FileBasic.db)"},
     {kExitLibraryFailed, "the library could not start"},
     {kExitUnreadable,
      "the catalogue cannot be read or made: damaged, not a catalogue, locked by another "
-     "process, or of a newer major version"},
+     "process, or of a newer major version; for thumb the shard file cannot be read"},
+    {kExitCannotWrite, "the output cannot be written (thumb's -o FILE, or standard output)"},
 };
 
 }  // namespace zandb4::tool

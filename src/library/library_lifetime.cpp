@@ -14,6 +14,7 @@
 #include "platform/files.h"
 #include "shards/meta_data_db_factory.h"
 #include "shards/thumb_db_mgr.h"
+#include "shards/thumbnail_families.h"
 #include "staging/async_db.h"
 #include "zandb4/exports.h"
 #include "zandb4/foundation.h"
@@ -51,7 +52,9 @@ void OpenStore(Store*& member, const CZanTString& folder, const WCHAR* fileName)
 void MakeThumbnailFamily(CSQLiteThumbDBMgr*& member, const CZanTString& databaseFolder, const WCHAR* name) {
     member = new CSQLiteThumbDBMgr();
     CZanTString base(name);
-    member->Initialize(databaseFolder, base + u"_0s", base + u"_0a", base + u"_1s", base + u"_1a");
+    namespace families = thumbnail_families;
+    member->Initialize(databaseFolder, base + families::kKind1Suffix, base + families::kKind1UnusedSuffix,
+                       base + families::kKind2Suffix, base + families::kKind2UnusedSuffix);
 }
 
 // Closes the shards of both kinds of a family and destroys it.
@@ -115,7 +118,7 @@ HRESULT StartLibrary(const WCHAR* root) {
     MakeThumbnailFamily(DatabaseRegistry::albmThumbMgr, databaseFolder, u"albm");
     MakeThumbnailFamily(DatabaseRegistry::grfThumbMgr, databaseFolder, u"grf");
     CZanTString metaFolder(databaseFolder);
-    metaFolder.AppendPath(u"meta");
+    metaFolder.AppendPath(thumbnail_families::kMetaDataFolder);
     DatabaseRegistry::metaFactory = new CSQLiteMetaDataDBFactory(metaFolder);
 
     if (DatabaseRegistry::fileRecordCache == nullptr)

@@ -75,12 +75,12 @@ HRESULT CSQLiteMetaDataDBFactory::UpdateMetaData(uint64_t fileId, uint32_t type,
 HRESULT CSQLiteMetaDataDBFactory::GetMetaData(uint32_t* outType, void** outData, uint32_t* outSize,
                                               uint64_t fileId) {
     if (outType == nullptr && outData == nullptr && outSize == nullptr) return E_INVALIDARG;
-    CSQLiteMetaDataDB* shard = nullptr;
-    HRESULT got = GetShard(&shard, fileId);
-    if (got != S_OK) return got;
     if (outType != nullptr) *outType = 0;
     if (outData != nullptr) *outData = nullptr;
     if (outSize != nullptr) *outSize = 0;
+    CSQLiteMetaDataDB* shard = nullptr;
+    HRESULT got = GetShard(&shard, fileId);
+    if (got != S_OK) return got;
 
     Statement select(shard->m_db, kSelectById);
     if (!select.IsPrepared()) return E_FAIL;

@@ -65,8 +65,10 @@ HRESULT CSQLiteThumbDBFactory::DeleteAllThumbnails() {
 }
 
 HRESULT CSQLiteThumbDBFactory::CommitShards() {
-    if (m_shards.empty()) return S_OK;
+    // The lock is taken before the map is looked at, so that a caller
+    // without the catalogue's lock does not race a shard being opened.
     CriticalSectionGuard guard(m_lock);
+    if (m_shards.empty()) return S_OK;
     // The first failure ends the walk; the shards after it stay uncommitted.
     for (auto& [number, shard] : m_shards) {
         HRESULT committed = shard->Commit(false);

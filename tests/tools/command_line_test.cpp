@@ -49,14 +49,16 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_EQ(run.exitCode, 0) << option;
         EXPECT_EQ(run.err, "");
         EXPECT_TRUE(Contains(run.out, "usage: zandb4 COMMAND")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  init  make (or open) the catalogue under ROOT")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  info  list the folders and stores")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  ls    list the files of the catalogue")) << run.out;
-        for (const char* code : {"  0  success", "  1  bad usage", "  2  ROOT missing",
-                                 "  3  the library could not start", "  4  the catalogue cannot be read"})
+        EXPECT_TRUE(Contains(run.out, "  init   make (or open) the catalogue under ROOT")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  info   list the folders and stores")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  ls     list the files of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  thumb  write one stored thumbnail's bytes")) << run.out;
+        for (const char* code :
+             {"  0  success", "  1  bad usage", "  2  ROOT missing", "  3  the library could not start",
+              "  4  the catalogue cannot be read", "  5  the output cannot be written"})
             EXPECT_TRUE(Contains(run.out, code)) << code << "\n" << run.out;
     }
-    EXPECT_EQ(ListedCommands(), (std::vector<std::string>{"init", "info", "ls"}));
+    EXPECT_EQ(ListedCommands(), (std::vector<std::string>{"init", "info", "ls", "thumb"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {

@@ -16,6 +16,8 @@
 #include "json_writer.h"
 #include "progress_reporter.h"
 #include "result_names.h"
+#include "shard_reader.h"
+#include "shards/thumbnail_families.h"
 #include "text_output.h"
 
 namespace {
@@ -38,6 +40,17 @@ TEST(ResultNames, EveryCodeOfTheLibraryHasANameAndAReason) {
     EXPECT_EQ(DescribeResult(E_ACCESSDENIED), "E_ACCESSDENIED (0x80070005): access denied");
     EXPECT_EQ(DescribeResult(E_NOTIMPL), "E_NOTIMPL (0x80004001): not implemented");
     EXPECT_EQ(DescribeResult(static_cast<HRESULT>(0x8000FFFFu)), "0x8000FFFF: unknown result code");
+}
+
+// The tool's list of families is the library's: a family added to one and
+// not the other would go unreported by info and unreachable by thumb.
+TEST(ShardReader, FamiliesAndFoldersAreTheLibrarys) {
+    ASSERT_EQ(std::size(zandb4::tool::kThumbnailFamilies), std::size(thumbnail_families::kNames));
+    for (size_t index = 0; index < std::size(thumbnail_families::kNames); ++index)
+        EXPECT_EQ(zandb4::tool::kThumbnailFamilies[index], CZanTString(thumbnail_families::kNames[index]).ToUtf8());
+    EXPECT_EQ(zandb4::tool::kMetaDataFolder, CZanTString(thumbnail_families::kMetaDataFolder).ToUtf8());
+    EXPECT_EQ(zandb4::tool::ThumbnailFolderName("albm", 1), "albm_0s");
+    EXPECT_EQ(zandb4::tool::ThumbnailFolderName("albm", 2), "albm_1s");
 }
 
 TEST(TextOutput, EscapesTheFourCharactersThatWouldBreakALine) {

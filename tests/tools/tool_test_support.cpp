@@ -1,18 +1,23 @@
-// Running the tool, writing catalogues through the library, and tree
-// snapshots. The one test file of the tool that reaches the library's
-// internal classes.
+// Running the tool, writing catalogues, thumbnails and metadata blocks
+// through the library, and tree snapshots. The one test file of the tool
+// that reaches the library's internal classes.
 #include "catalogue/file_rows.h"
 #include "tool_test_support.h"
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
 #include <fstream>
+#include <map>
+#include <memory>
 #include <sstream>
 
 #include "catalogue/file_basic_db.h"
 #include "library/database_registry.h"
+#include "shards/meta_data_db_factory.h"
+#include "shards/thumb_db_mgr.h"
 #include "support/temp_folder.h"
 #include "zandb4.h"
 
@@ -93,6 +98,49 @@ int64_t PackedDate(uint16_t year, uint16_t month, uint16_t day, uint16_t hour) {
     time.wDay = day;
     time.wHour = hour;
     return CZanTDateTime(time).GetPacked();
+}
+
+void MakeSqliteFile(const fs::path& path, const std::string& statements) {
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr), SQLITE_OK)
+        << path;
+    char* message = nullptr;
+    int code = sqlite3_exec(db, statements.c_str(), nullptr, nullptr, &message);
+    EXPECT_EQ(code, SQLITE_OK) << path << ": " << (message != nullptr ? message : "");
+    sqlite3_free(message);
+    EXPECT_EQ(sqlite3_close(db), SQLITE_OK) << path;
+}
+
+void StoreThumbnails(const fs::path& root, const std::vector<StoredThumbnail>& thumbnails) {
+    CZanTString database = CZanTString::FromUtf8((root / "database").c_str());
+    // One family object per family named, each on the library's four names.
+    std::map<std::string, std::unique_ptr<CSQLiteThumbDBMgr>> families;
+    for (const StoredThumbnail& thumbnail : thumbnails) {
+        std::unique_ptr<CSQLiteThumbDBMgr>& family = families[thumbnail.family];
+        if (!family) {
+            family = std::make_unique<CSQLiteThumbDBMgr>();
+            CZanTString base = CZanTString::FromUtf8(thumbnail.family.c_str());
+            ASSERT_EQ(family->Initialize(database, base + u"_0s", base + u"_0a", base + u"_1s", base + u"_1a"), S_OK);
+        }
+        CSQLiteThumbDBFactory* factory = family->Factory(thumbnail.kind);
+        ASSERT_NE(factory, nullptr) << thumbnail.family << " kind " << thumbnail.kind;
+        EXPECT_EQ(
+            factory->AddThumbnail(thumbnail.id, thumbnail.bytes.data(), static_cast<uint32_t>(thumbnail.bytes.size())),
+            S_OK)
+            << thumbnail.family << " " << thumbnail.id;
+    }
+    for (auto& [name, family] : families) {
+        EXPECT_EQ(family->CommitAll(1, nullptr), S_OK) << name;
+        family->CloseShards();
+    }
+}
+
+void StoreMetaData(const fs::path& root, const std::vector<std::pair<uint64_t, std::string>>& blocks) {
+    CSQLiteMetaDataDBFactory factory(CZanTString::FromUtf8((root / "database" / "meta").c_str()));
+    for (const auto& [fileId, bytes] : blocks)
+        EXPECT_EQ(factory.AddMetaData(fileId, 7, bytes.data(), static_cast<uint32_t>(bytes.size())), S_OK) << fileId;
+    EXPECT_EQ(factory.CommitShards(), S_OK);
+    factory.CloseShards();
 }
 
 TreeSnapshot SnapshotTree(const fs::path& folder) {

@@ -1,12 +1,14 @@
 // What the tests of the zandb4 tool share: running the built tool as a user
-// runs it, catalogues written through the library, and snapshots of a
-// folder tree to show that a command changed nothing on disk.
+// runs it, catalogues, thumbnails and metadata blocks written through the
+// library, and snapshots of a folder tree to show that a command changed
+// nothing on disk.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zandb4::testing {
@@ -38,6 +40,29 @@ struct CatalogueFileRow {
 void MakeCatalogue(const std::filesystem::path& root, const std::vector<CatalogueFileRow>& rows);
 
 int64_t PackedDate(uint16_t year, uint16_t month, uint16_t day, uint16_t hour);
+
+// Makes an SQLite file at path with SQLite alone (not the library) and runs
+// the statements in it: shard files as another program, an older build or
+// damage might have left them.
+void MakeSqliteFile(const std::filesystem::path& path, const std::string& statements);
+
+// A thumbnail as the tests store it: family ("thumb", "albm", ...), kind (1
+// or 2), identifier and bytes.
+struct StoredThumbnail {
+    std::string family;
+    uint32_t kind = 1;
+    uint64_t id = 0;
+    std::string bytes;
+};
+
+// Writes the thumbnails into root/database through the library's own
+// thumbnail families (which make the shard folders and files as the library
+// does) and commits them.
+void StoreThumbnails(const std::filesystem::path& root, const std::vector<StoredThumbnail>& thumbnails);
+
+// Writes metadata blocks of the file ids through the library's
+// large-metadata shards in root/database/meta and commits them.
+void StoreMetaData(const std::filesystem::path& root, const std::vector<std::pair<uint64_t, std::string>>& blocks);
 
 // One entry of a folder tree: its kind, size, modification time and, for a
 // file, its bytes.
