@@ -181,11 +181,21 @@ const std::vector<std::string>& Invocation::Values(std::string_view option) cons
 }
 
 std::string UsageLine(const Command& command) {
-    std::string line = "zandb4 " + std::string(command.name);
-    for (std::string_view operand : command.operands) line += " " + std::string(operand);
+    // Appended piece by piece: GCC 12 at -O3 warns wrongly (-Wrestrict) on
+    // a string literal joined in front of a temporary string.
+    std::string line = "zandb4 ";
+    line += command.name;
+    for (std::string_view operand : command.operands) {
+        line += ' ';
+        line += operand;
+    }
     for (const OptionSpec& option : command.options) {
-        line += " [" + std::string(option.name);
-        if (!option.valueName.empty()) line += " " + std::string(option.valueName);
+        line += " [";
+        line += option.name;
+        if (!option.valueName.empty()) {
+            line += ' ';
+            line += option.valueName;
+        }
         line += option.repeatable ? "]..." : "]";
     }
     return line;
@@ -196,7 +206,10 @@ void PrintCommandHelp(const Command& command, std::ostream& out) {
     std::vector<std::pair<std::string, std::string_view>> rows;
     for (const OptionSpec& option : command.options) {
         std::string shown = std::string(option.name);
-        if (!option.valueName.empty()) shown += " " + std::string(option.valueName);
+        if (!option.valueName.empty()) {
+            shown += ' ';
+            shown += option.valueName;
+        }
         rows.emplace_back(shown, option.help);
     }
     rows.emplace_back("-h, --help", "show this help");
