@@ -174,6 +174,68 @@ int RequireReadableCatalogue(const std::string& root, const Reporter& report) {
     return report.Fail(kExitUnreadable, file.string(), check.reason);
 }
 
+namespace {
+
+constexpr char kStagingName[] = "FileBasicAsync.db";
+
+std::optional<int64_t> RowsOf(const StoreContents& store, const std::string& table) {
+    for (const TableRows& rows : store.tables)
+        if (rows.name == table) return rows.rows;
+    return std::nullopt;
+}
+
+StagingSummary SummariseStaging(const ReportFolder& database) {
+    StagingSummary summary;
+    for (const ReportEntry& entry : database.entries) {
+        if (entry.kind != ReportEntry::Kind::kStore || entry.shown != std::string("database/") + kStagingName)
+            continue;
+        summary.present = true;
+        summary.problem = entry.store.reason;
+        summary.files = RowsOf(entry.store, "async_file_table");
+        summary.personFaces = RowsOf(entry.store, "async_person_face_table");
+        summary.petFaces = RowsOf(entry.store, "async_pet_face_table");
+    }
+    return summary;
+}
+
+std::string CountText(const std::optional<int64_t>& count) { return count ? std::to_string(*count) : "?"; }
+
+void PrintStagingText(const StagingSummary& staging, std::ostream& out) {
+    if (!staging.present) {
+        out << "staged  (no staging store)\n";
+        return;
+    }
+    if (!staging.problem.empty()) {
+        out << "staged  (" << staging.problem << ")\n";
+        return;
+    }
+    out << "staged  " << CountText(staging.files) << " files, " << CountText(staging.personFaces)
+        << " person faces, " << CountText(staging.petFaces) << " pet faces\n";
+}
+
+void CountJson(const std::optional<int64_t>& count, JsonWriter& json) {
+    if (count)
+        json.Integer(*count);
+    else
+        json.Null();
+}
+
+void StagingJson(const StagingSummary& staging, JsonWriter& json) {
+    json.BeginObject();
+    json.Key("present");
+    json.Bool(staging.present);
+    ProblemJson(staging.problem, json);
+    json.Key("files");
+    CountJson(staging.files, json);
+    json.Key("person_faces");
+    CountJson(staging.personFaces, json);
+    json.Key("pet_faces");
+    CountJson(staging.petFaces, json);
+    json.EndObject();
+}
+
+}  // namespace
+
 CatalogueReport ReadCatalogueReport(const std::string& root) {
     CatalogueReport report;
     report.root = root;
@@ -181,6 +243,7 @@ CatalogueReport ReadCatalogueReport(const std::string& root) {
     report.folders.push_back(ReadFolder(root, "database"));
     report.folders.push_back(ReadFolder(root, "information"));
     report.shards = ReadShardReports(root);
+    report.staging = SummariseStaging(report.folders[0]);
     const ReportEntry* catalogue = nullptr;
     for (const ReportEntry& entry : report.folders[0].entries) {
         if (entry.kind == ReportEntry::Kind::kStore && entry.shown == std::string("database/") + kCatalogueName)
@@ -216,6 +279,7 @@ void PrintReportText(const CatalogueReport& report, std::ostream& out) {
         }
     }
     PrintShardsText(report.shards, out);
+    PrintStagingText(report.staging, out);
 }
 
 void PrintReportJson(const CatalogueReport& report, std::ostream& out) {
@@ -256,6 +320,8 @@ void PrintReportJson(const CatalogueReport& report, std::ostream& out) {
     json.EndArray();
     json.Key("shards");
     WriteShardsJson(report.shards, json);
+    json.Key("staged");
+    StagingJson(report.staging, json);
     json.EndObject();
     json.Finish();
 }

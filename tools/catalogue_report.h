@@ -6,7 +6,9 @@
 // reads: store files are opened read-only and nothing is made.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -54,12 +56,24 @@ struct ReportFolder {
     std::vector<ReportEntry> entries;  // sorted by name
 };
 
+// What waits in the staging store (database/FileBasicAsync.db) to move into
+// the catalogue: each count is absent when the store or its table cannot be
+// read.
+struct StagingSummary {
+    bool present = false;
+    std::string problem;  // plain words; empty when the store was read
+    std::optional<int64_t> files;
+    std::optional<int64_t> personFaces;
+    std::optional<int64_t> petFaces;
+};
+
 struct CatalogueReport {
     std::string root;
     std::filesystem::path catalogueFile;
     CatalogueCheck catalogue;
     std::vector<ReportFolder> folders;  // database, information
     std::vector<ShardFolderReport> shards;
+    StagingSummary staging;
 };
 
 // Reads root/database and root/information; every ".db" file is read as a

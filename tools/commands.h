@@ -9,5 +9,6 @@ const Command& InitCommand();
 const Command& InfoCommand();
 const Command& ListCommand();
 const Command& ThumbCommand();
+const Command& CommitCommand();
 
 }  // namespace zandb4::tool

@@ -28,7 +28,7 @@ inline constexpr ExitCodeMeaning kExitCodeMeanings[] = {
      "bad usage: unknown command or option, missing or bad argument, bad condition; for thumb also no such "
      "thumbnail"},
     {kExitNoCatalogue, "ROOT missing, not a folder, or holding no catalogue (database/FileBasic.db)"},
-    {kExitLibraryFailed, "the library could not start"},
+    {kExitLibraryFailed, "the library could not start; for commit also a step of the commit failed"},
     {kExitUnreadable,
      "the catalogue cannot be read or made: damaged, not a catalogue, locked by another "
      "process, or of a newer major version; for thumb the shard file cannot be read"},

@@ -44,6 +44,9 @@ public:
     // is lost); E_FAIL when a step before the catalogue's commit failed, or
     // that commit's own failure. E_FAIL without a catalogue.
     HRESULT Commit(uint32_t flags);
+    // The same, also handing out the ids of the files that failed to move
+    // (for tools that report them); failedOut may be null.
+    HRESULT Commit(uint32_t flags, std::set<uint64_t>* failedOut);
     // Flag 2 drops staging's open transaction, flag 1 the catalogue's with
     // the thumbnails and metadata; the catalogue's result stands when both
     // are given. S_OK without a flag.

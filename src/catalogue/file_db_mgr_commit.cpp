@@ -49,7 +49,10 @@ HRESULT CZanDB4FileDBMgr::MoveStagedFiles(std::set<uint64_t>& failed) {
     return moved;
 }
 
-HRESULT CZanDB4FileDBMgr::Commit(uint32_t flags) {
+HRESULT CZanDB4FileDBMgr::Commit(uint32_t flags) { return Commit(flags, nullptr); }
+
+HRESULT CZanDB4FileDBMgr::Commit(uint32_t flags, std::set<uint64_t>* failedOut) {
+    if (failedOut != nullptr) failedOut->clear();
     if (m_fileBasicDB == nullptr) return E_FAIL;
     CriticalSectionGuard guard(m_fileBasicDB->m_lock);
     std::set<uint64_t> failed;
@@ -67,6 +70,7 @@ HRESULT CZanDB4FileDBMgr::Commit(uint32_t flags) {
             result = m_asyncDB->Commit(false);
         }
         if (!failed.empty()) result = S_FALSE;
+        if (failedOut != nullptr) *failedOut = failed;
     }
     const bool bad = result != S_OK && result != S_FALSE;
 

@@ -49,16 +49,17 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_EQ(run.exitCode, 0) << option;
         EXPECT_EQ(run.err, "");
         EXPECT_TRUE(Contains(run.out, "usage: zandb4 COMMAND")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  init   make (or open) the catalogue under ROOT")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  info   list the folders and stores")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  ls     list the files of the catalogue")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  thumb  write one stored thumbnail's bytes")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  init    make (or open) the catalogue under ROOT")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  info    list the folders and stores")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  ls      list the files of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  thumb   write one stored thumbnail's bytes")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  commit  move the files waiting in staging")) << run.out;
         for (const char* code :
              {"  0  success", "  1  bad usage", "  2  ROOT missing", "  3  the library could not start",
               "  4  the catalogue cannot be read", "  5  the output cannot be written"})
             EXPECT_TRUE(Contains(run.out, code)) << code << "\n" << run.out;
     }
-    EXPECT_EQ(ListedCommands(), (std::vector<std::string>{"init", "info", "ls", "thumb"}));
+    EXPECT_EQ(ListedCommands(), (std::vector<std::string>{"init", "info", "ls", "thumb", "commit"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
@@ -183,7 +184,10 @@ TEST(ToolCommandLine, InitAsJsonDescribesTheNewCatalogue) {
     EXPECT_EQ(folders->items[1].Find("name")->text, "information");
     EXPECT_TRUE(folders->items[1].Find("present")->boolean);
     const JsonValue& entries = *folders->items[0].Find("entries");
-    ASSERT_EQ(entries.items.size(), 1u);
+    // The catalogue and the staging store beside it.
+    ASSERT_EQ(entries.items.size(), 2u);
+    EXPECT_EQ(entries.items[1].Find("name")->text, "database/FileBasicAsync.db");
+    EXPECT_EQ(entries.items[1].Find("kind")->text, "store");
     const JsonValue& store = entries.items[0];
     EXPECT_EQ(store.Find("name")->text, "database/FileBasic.db");
     EXPECT_EQ(store.Find("kind")->text, "store");

@@ -93,10 +93,11 @@ TEST_F(InfoShards, TextCountsShardFilesAndRowsPerFamilyAndKind) {
         "  database/grf_0s  grf kind 1: 1 shard file, 0 thumbnails; 1 unreadable, its rows not counted\n"
         "    database/grf_0s/00000000.db  not a shard of this folder (it has no thumbnail_table)\n"
         "  database/grf_1s  grf kind 2: missing\n"
-        "  database/meta  large metadata: 2 shard files, 3 metadata blocks\n";
+        "  database/meta  large metadata: 2 shard files, 3 metadata blocks\n"
+        "staged  0 files, 0 person faces, 0 pet faces\n";
     size_t at = run.out.find("shard folders\n");
     ASSERT_NE(at, std::string::npos) << run.out;
-    // The shard part comes last.
+    // The shard part and the staged counts come last.
     EXPECT_EQ(run.out.substr(at), expected);
 }
 
