@@ -19,6 +19,7 @@
 #include "shards/meta_data_db_factory.h"
 #include "shards/thumb_db_mgr.h"
 #include "staging/async_db.h"
+#include "platform/volume.h"
 #include "storage/statement.h"
 #include "support/sqlite_probe.h"
 #include "support/temp_folder.h"
@@ -354,6 +355,77 @@ TEST_F(StagedFaceMove, DeleteFacesOfAnEmptySetOrAnUnknownType) {
     EXPECT_EQ(Staging().DeleteFaces({}, 3), S_OK);
     EXPECT_EQ(Staging().DeleteFaces({1}, 3), E_INVALIDARG);
     EXPECT_TRUE(Staging().HasFace(1, 1));
+}
+
+}  // namespace
+
+namespace {
+
+// The stores of a started library on a volume whose serial a test decides:
+// every path answers 7 until a test swaps the volume under one store.
+class StagingCommitOnAVolume : public StagingCommit {
+protected:
+    void SetUp() override {
+        zandb4::platform::SetVolumeSerialSourceForTesting([this](const std::string& path) -> uint32_t {
+            return !m_swapped.empty() && path.find(m_swapped) != std::string::npos ? 8u : 7u;
+        });
+        StagingCommit::SetUp();
+    }
+    void TearDown() override {
+        StagingCommit::TearDown();
+        zandb4::platform::SetVolumeSerialSourceForTesting({});
+    }
+
+    std::string m_swapped;
+};
+
+TEST_F(StagingCommitOnAVolume, StagingVolumeGoneFailsTheCommitAndKeepsTheRowsOpen) {
+    uint64_t id = Stage(u"/p/a.jpg", u"a.jpg");
+    m_swapped = "FileBasicAsync.db";
+    EXPECT_EQ(m_manager->Commit(4 | 2 | 1), E_FAIL);
+    // Nothing moved; the row waits in staging's open transaction.
+    EXPECT_TRUE(Staging().HasFile(id));
+    EXPECT_EQ(Staging().m_inTransaction, 1);
+    m_swapped.clear();
+    EXPECT_EQ(m_manager->Commit(2 | 1), S_OK);
+    EXPECT_EQ(Count("FileBasic.db", "SELECT COUNT(*) FROM file_table WHERE file_id=" + std::to_string(id)), 1);
+}
+
+TEST_F(StagingCommitOnAVolume, CatalogueGuardTrippingLosesNoMovedFile) {
+    uint64_t id = Stage(u"/p/a.jpg", u"a.jpg");
+    m_swapped = "FileBasic.db";
+    EXPECT_EQ(m_manager->Commit(2 | 1), E_FAIL);
+    // Staging was committed without the row; the catalogue still holds it in
+    // its open transaction, and commits it once its volume is back.
+    EXPECT_EQ(Count("FileBasicAsync.db", "SELECT COUNT(*) FROM async_file_table"), 0);
+    EXPECT_EQ(Count("FileBasic.db", "SELECT COUNT(*) FROM file_table"), 0);
+    m_swapped.clear();
+    EXPECT_EQ(m_manager->Commit(1), S_OK);
+    EXPECT_EQ(Count("FileBasic.db", "SELECT COUNT(*) FROM file_table WHERE file_id=" + std::to_string(id)), 1);
+}
+
+TEST(StagingOfANewerBuild, IsReadButNeverCommitted) {
+    TempFolder root;
+    // A staging file of a newer major version, with one staged row.
+    {
+        ASSERT_EQ(ZanDB4_Initialize(root.Wide().GetString()), S_OK);
+        ASSERT_EQ(ZanDB4_Finalize(), S_OK);
+        SqliteProbe probe(root / "database" / "FileBasicAsync.db");
+        ASSERT_EQ(probe.Exec("UPDATE version_info_table SET version=2001"), SQLITE_OK);
+        ASSERT_EQ(probe.Exec("INSERT INTO async_file_table (file_id, file_path, file_name, can_commit) VALUES "
+                             "(3, '/p/a.jpg', 'a.jpg', 1)"),
+                  SQLITE_OK);
+    }
+    ASSERT_EQ(ZanDB4_Initialize(root.Wide().GetString()), S_OK);
+    CZanDB4FileDBMgr manager(DatabaseRegistry::fileBasicDB, DatabaseRegistry::asyncDB, DatabaseRegistry::metaFactory,
+                             DatabaseRegistry::thumbMgr);
+    EXPECT_TRUE(DatabaseRegistry::asyncDB->HasFile(3));
+    EXPECT_EQ(manager.Commit(4), E_FAIL);
+    EXPECT_EQ(manager.Commit(2 | 1), E_FAIL);
+    EXPECT_EQ(ZanDB4_Finalize(), S_OK);
+    // The staged row is still on disk: nothing of the newer file was lost.
+    SqliteProbe probe(root / "database" / "FileBasicAsync.db");
+    EXPECT_EQ(probe.Integer("SELECT COUNT(*) FROM async_file_table WHERE file_id=3"), 1);
 }
 
 }  // namespace
