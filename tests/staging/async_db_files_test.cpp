@@ -234,6 +234,22 @@ TEST_F(StagedFiles, ApostropheInANewNameFailsTheUpdateAndChangesNothing) {
     EXPECT_TRUE(file->GetChangedMask(&mask));
 }
 
+TEST_F(StagedFiles, ApostropheInANewPathFailsTheUpdateAndAddingSuchAPathWorks) {
+    // Bound values take an apostrophe; the generated UPDATE does not.
+    ComPtr<IZanDB4FileDBRecord> file = File(u"/it's/here", u"a.jpg");
+    ASSERT_EQ(m_store.AddFile(1, file.Get(), nullptr, 0), S_OK);
+    file->MarkColumnsChanged(0);
+    file->MarkRelationsChanged(0);
+    uint32_t diskVsn = 9;
+    file->SetFilePath(u"/o'clock", &diskVsn);
+    uint8_t favourite = 1;
+    file->SetIsFavorite(&favourite);
+    EXPECT_EQ(m_store.UpdateFile(1, file.Get()), S_OK);
+    // The whole statement failed: neither the path nor the flag changed.
+    EXPECT_EQ(OnDisk("SELECT file_path, disk_vsn, is_favorite FROM async_file_table"),
+              (Rows{{"/it's/here", std::to_string(0x1234), "0"}}));
+}
+
 TEST_F(StagedFiles, NullRecordIsInvalid) {
     EXPECT_EQ(m_store.UpdateFile(1, nullptr), E_INVALIDARG);
     EXPECT_EQ(m_store.AddFile(1, nullptr, nullptr, 0), E_INVALIDARG);
