@@ -175,9 +175,9 @@ extern "C" HRESULT ZanDB4_Finalize() {
     CloseStore(DatabaseRegistry::asyncDB);
     // The thumbnail families close (each commits what its shards hold),
     // then the metadata shards, then the file thumbnails, and the catalogue
-    // last, because everything before it may still reach it. (Staging, GPS,
-    // memory data, the access log and the feature point families close
-    // before the families as their classes join the library.)
+    // last, because everything before it may still reach it. (GPS, memory
+    // data, the access log and the feature point families close before the
+    // thumbnail families as their classes join the library.)
     CloseThumbnailFamily(DatabaseRegistry::albmThumbMgr);
     CloseThumbnailFamily(DatabaseRegistry::psniThumbMgr);
     CloseThumbnailFamily(DatabaseRegistry::ptiThumbMgr);
