@@ -18,6 +18,7 @@
 #include "library/database_registry.h"
 #include "records/file_db_record.h"
 #include "records/file_meta_db_record.h"
+#include "records/file_record_values.h"
 #include "staging/async_db.h"
 #include "zandb4.h"
 
@@ -89,87 +90,79 @@ long PeakResidentKilobytes() {
     return usage.ru_maxrss;
 }
 
-void BM_StageFiles(benchmark::State& state) {
+// Runs each iteration on a fresh library: prepare (untimed), then work, the
+// part timed. Counts range(0) files per iteration.
+template <class Prepare, class Work>
+void TimeOnFreshLibrary(benchmark::State& state, Prepare&& prepare, Work&& work) {
     for (auto _ : state) {
         state.PauseTiming();
         {
             Library library;
-            if (!library.Ok()) state.SkipWithError("the library did not start");
+            if (!library.Ok()) {
+                state.SkipWithError("the library did not start");
+                break;
+            }
+            prepare();
             state.ResumeTiming();
-            Stage(state.range(0));
-            DatabaseRegistry::asyncDB->Commit(false);
+            work();
             state.PauseTiming();
         }
         state.ResumeTiming();
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
+
+void BM_StageFiles(benchmark::State& state) {
+    TimeOnFreshLibrary(
+        state, [] {},
+        [&] {
+            Stage(state.range(0));
+            DatabaseRegistry::asyncDB->Commit(false);
+        });
+}
 BENCHMARK(BM_StageFiles)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 void BM_MoveStagedFiles(benchmark::State& state) {
-    long peakGrowth = 0;
-    for (auto _ : state) {
-        state.PauseTiming();
-        {
-            Library library;
-            if (!library.Ok()) state.SkipWithError("the library did not start");
+    long peakBefore = 0;
+    TimeOnFreshLibrary(
+        state,
+        [&] {
             Stage(state.range(0));
             DatabaseRegistry::asyncDB->Commit(false);
             DatabaseRegistry::fileBasicDB->Commit(false);
+            peakBefore = PeakResidentKilobytes();
+        },
+        [] {
             CZanDB4FileDBMgr manager(DatabaseRegistry::fileBasicDB, DatabaseRegistry::asyncDB,
                                      DatabaseRegistry::metaFactory, DatabaseRegistry::thumbMgr);
-            long before = PeakResidentKilobytes();
-            state.ResumeTiming();
             benchmark::DoNotOptimize(manager.Commit(2 | 1));
-            state.PauseTiming();
-            peakGrowth = PeakResidentKilobytes() - before;
-        }
-        state.ResumeTiming();
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
-    state.counters["peak_rss_growth_kb"] = static_cast<double>(peakGrowth);
+        });
+    state.counters["peak_rss_growth_kb"] = static_cast<double>(PeakResidentKilobytes() - peakBefore);
 }
 BENCHMARK(BM_MoveStagedFiles)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 // The row alone, as InsertFileRow writes it, in one transaction.
 void BM_DirectInsertFileRow(benchmark::State& state) {
-    for (auto _ : state) {
-        state.PauseTiming();
-        {
-            Library library;
-            if (!library.Ok()) state.SkipWithError("the library did not start");
-            state.ResumeTiming();
+    TimeOnFreshLibrary(
+        state, [] {},
+        [&] {
             for (int64_t index = 0; index < state.range(0); ++index) {
                 uint64_t id = 0;
                 DatabaseRegistry::fileBasicDB->NewID(1, &id);
-                ComPtr<IZanDB4FileDBRecord> record = RecordOf(id);
-                FileRowValues row;
+                FileRowValues row = file_record_values::ValuesOf(RecordOf(id).Get());
                 row.fileId = id;
-                uint32_t diskVsn = 0;
-                record->GetFilePath(row.filePath, &diskVsn);
-                row.diskVsn = diskVsn;
-                record->GetFileName(row.fileName);
-                record->GetShootingDateValue(&row.shootingDate);
-                row.manage = 1;
                 FileTableRows(*DatabaseRegistry::fileBasicDB).InsertFileRow(row);
             }
             DatabaseRegistry::fileBasicDB->Commit(false);
-            state.PauseTiming();
-        }
-        state.ResumeTiming();
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+        });
 }
 BENCHMARK(BM_DirectInsertFileRow)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 // The whole file straight into the catalogue: row, tags and metadata.
 void BM_DirectInsertFileRecord(benchmark::State& state) {
-    for (auto _ : state) {
-        state.PauseTiming();
-        {
-            Library library;
-            if (!library.Ok()) state.SkipWithError("the library did not start");
-            state.ResumeTiming();
+    TimeOnFreshLibrary(
+        state, [] {},
+        [&] {
             for (int64_t index = 0; index < state.range(0); ++index) {
                 uint64_t id = 0;
                 DatabaseRegistry::fileBasicDB->NewID(1, &id);
@@ -178,11 +171,7 @@ void BM_DirectInsertFileRecord(benchmark::State& state) {
                 FileTableRows(*DatabaseRegistry::fileBasicDB).InsertFileRecord(record.Get());
             }
             DatabaseRegistry::fileBasicDB->Commit(false);
-            state.PauseTiming();
-        }
-        state.ResumeTiming();
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+        });
 }
 BENCHMARK(BM_DirectInsertFileRecord)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(1);
 

@@ -70,14 +70,8 @@ HRESULT FileTableRows::InsertFileRecord(IZanDB4FileDBRecord* record) {
     // do not decide the insert's.
     TagFileLinks(m_store).WriteFileTags(row.fileId, record);
     MetaTableRows(m_store).InsertMetaRecord(row.fileId, record, 1);
-    FileRecordCache::Use(zandb4::g_fileRecordCache, [&](FileRecordCache& cache) {
-        IZanDB4FileDBRecord* live = nullptr;
-        if (cache.Find(row.fileId, &live)) {
-            live->Release();  // the id already has its live record
-            return;
-        }
-        cache.Add(row.fileId, record);
-    });
+    FileRecordCache::Use(zandb4::g_fileRecordCache,
+                         [&](FileRecordCache& cache) { cache.AddUnlessLive(row.fileId, record); });
     return S_OK;
 }
 

@@ -57,6 +57,18 @@ public:
         return true;
     }
 
+    // Makes record the live record of id unless one is stored already, which
+    // then stays. Answers whether record was stored.
+    bool AddUnlessLive(uint64_t id, Record* record) {
+        CriticalSectionGuard guard(m_lock);
+        Record* live = nullptr;
+        if (Find(id, &live)) {
+            live->Release();
+            return false;
+        }
+        return Add(id, record);
+    }
+
     // Zeroes the stored record's file id and drops the cache's reference.
     // The map entry goes either way.
     bool Remove(uint64_t id) {

@@ -4,7 +4,6 @@
 #include "frame/com_ptr.h"
 #include "shards/image_cache_tables.h"
 #include "shards/main_image_cache.h"
-#include "storage/result_codes.h"
 #include "storage/statement.h"
 
 using zandb4::ComPtr;
@@ -61,8 +60,7 @@ HRESULT MainImageCacheRows::DeleteMainImageCache(uint64_t fileId) {
     Statement remove(m_store.m_db, image_cache_tables::kDeleteMainImageCache);
     if (!remove.IsPrepared()) return E_FAIL;
     remove.BindInt64(1, static_cast<int64_t>(fileId));
-    if (remove.Step() != SQLITE_DONE) return E_FAIL;
-    return zandb4::ResultOf(remove.Finalize());
+    return zandb4::StepToDone(remove);
 }
 
 HRESULT MainImageCacheRows::GetMainImageCache(uint64_t fileId, IZanDB4MainImageCache** outCache) {

@@ -7,7 +7,6 @@
 
 #include "shards/meta_data_table.h"
 #include "shards/shard_files.h"
-#include "storage/result_codes.h"
 #include "storage/statement.h"
 
 using zandb4::Statement;
@@ -19,13 +18,6 @@ constexpr WCHAR kDeleteById[] = u"DELETE FROM meta_data_table WHERE file_id=?";
 constexpr WCHAR kUpdate[] = u"UPDATE meta_data_table SET meta_data_type=?, meta_data=? WHERE file_id=?";
 constexpr WCHAR kSelectById[] = u"SELECT * FROM meta_data_table WHERE file_id=? LIMIT 1";
 
-// S_OK when the step ends the statement and the finalize is clean; a write
-// that matched no row is no failure.
-HRESULT StepToDone(Statement& statement) {
-    if (!statement.IsPrepared()) return E_FAIL;
-    if (statement.Step() != SQLITE_DONE) return E_FAIL;
-    return zandb4::ResultOf(statement.Finalize());
-}
 
 }  // namespace
 
@@ -47,7 +39,7 @@ HRESULT CSQLiteMetaDataDBFactory::AddMetaData(uint64_t fileId, uint32_t type, co
     insert.BindInt64(1, static_cast<int64_t>(fileId));
     insert.BindInt64(2, type);
     insert.BindBlob(3, data, static_cast<int>(size));
-    return StepToDone(insert);
+    return zandb4::StepToDone(insert);
 }
 
 HRESULT CSQLiteMetaDataDBFactory::DeleteMetaData(uint64_t fileId) {
@@ -57,7 +49,7 @@ HRESULT CSQLiteMetaDataDBFactory::DeleteMetaData(uint64_t fileId) {
     shard->BeginTransaction();
     Statement remove(shard->m_db, kDeleteById);
     remove.BindInt64(1, static_cast<int64_t>(fileId));
-    return StepToDone(remove);
+    return zandb4::StepToDone(remove);
 }
 
 HRESULT CSQLiteMetaDataDBFactory::UpdateMetaData(uint64_t fileId, uint32_t type, const void* data, uint32_t size) {
@@ -69,7 +61,7 @@ HRESULT CSQLiteMetaDataDBFactory::UpdateMetaData(uint64_t fileId, uint32_t type,
     update.BindInt64(1, type);
     update.BindBlob(2, data, static_cast<int>(size));
     update.BindInt64(3, static_cast<int64_t>(fileId));
-    return StepToDone(update);
+    return zandb4::StepToDone(update);
 }
 
 HRESULT CSQLiteMetaDataDBFactory::GetMetaData(uint32_t* outType, void** outData, uint32_t* outSize,

@@ -27,12 +27,6 @@ CZanTString FileNameOf(uint64_t shardNumber, const WCHAR* nameFormat) {
     return name;
 }
 
-void MakeShardFolder(const CZanTString& folder) {
-    std::string path = folder.ToUtf8();
-    if (path.back() != '/') path += '/';
-    platform::MakeSureDirectoryPathExists(path);
-}
-
 std::vector<CZanTString> ShardFileNamesIn(const CZanTString& folder) {
     std::vector<CZanTString> names;
     std::vector<platform::FolderEntry> entries;

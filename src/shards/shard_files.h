@@ -33,10 +33,6 @@ inline uint64_t ShardNumberOf(uint64_t id, uint32_t idsPerShard) { return id / i
 // shard number. Shard numbers that differ only above bit 31 share a name.
 CZanTString FileNameOf(uint64_t shardNumber, const WCHAR* nameFormat);
 
-// Makes folder with its parents, as a shard is about to be made in it. The
-// outcome is not looked at: opening the shard tells.
-void MakeShardFolder(const CZanTString& folder);
-
 // The shard of id from the map of open shards, opened first if it is not in
 // it: the folder is made if missing, then a new Shard is given the folder
 // and its file name and opened, which makes the file with its tables if
@@ -57,7 +53,8 @@ HRESULT GetShardOf(std::map<uint64_t, std::unique_ptr<Shard>>& shards, const CZa
     }
     if (folder.IsEmpty()) return E_FAIL;
     try {
-        MakeShardFolder(folder);
+        // The outcome is not looked at: opening the shard tells.
+        folder.MakeFolder();
         auto shard = std::make_unique<Shard>();
         shard->m_folder = folder;
         shard->m_fileName = FileNameOf(number, nameFormat);

@@ -7,7 +7,6 @@
 #include "platform/clock.h"
 #include "shards/file_cache.h"
 #include "shards/thumbnail_table.h"
-#include "storage/result_codes.h"
 #include "storage/statement.h"
 
 using zandb4::ComPtr;
@@ -30,13 +29,6 @@ constexpr WCHAR kDeleteAll[] = u"DELETE FROM thumbnail_table";
 // The stamp of a write: now, in UTC, packed.
 int64_t NowPacked() { return CZanTDateTime(zandb4::platform::GetSystemTime()).GetPacked(); }
 
-// Runs a statement that must finish: S_OK when the step ends the statement
-// and the finalize is clean.
-HRESULT StepToDone(Statement& statement) {
-    if (!statement.IsPrepared()) return E_FAIL;
-    if (statement.Step() != SQLITE_DONE) return E_FAIL;
-    return zandb4::ResultOf(statement.Finalize());
-}
 
 }  // namespace
 
@@ -69,7 +61,7 @@ HRESULT CSQLiteThumbDB::UpdateThumbnail(uint64_t id, const void* data, uint32_t 
     update.BindBlob(index++, data, static_cast<int>(size));
     if (sourceId != nullptr) update.BindInt64(index++, static_cast<int64_t>(*sourceId));
     update.BindInt64(index, static_cast<int64_t>(id));
-    return StepToDone(update);
+    return zandb4::StepToDone(update);
 }
 
 BOOL CSQLiteThumbDB::Exists(uint64_t id) {
@@ -109,7 +101,7 @@ HRESULT CSQLiteThumbDB::DeleteThumbnail(uint64_t id) {
     Statement remove(m_db, kDeleteById);
     if (!remove.IsPrepared()) return E_FAIL;
     remove.BindInt64(1, static_cast<int64_t>(id));
-    return StepToDone(remove);
+    return zandb4::StepToDone(remove);
 }
 
 HRESULT CSQLiteThumbDB::DeleteThumbnails(const CZanTString& idList) {
@@ -117,7 +109,7 @@ HRESULT CSQLiteThumbDB::DeleteThumbnails(const CZanTString& idList) {
     CZanTString sql;
     sql.Format(kDeleteInListFormat, idList.GetString());
     Statement remove(m_db, sql.GetString());
-    return StepToDone(remove);
+    return zandb4::StepToDone(remove);
 }
 
 HRESULT CSQLiteThumbDB::DeleteAllRows() {

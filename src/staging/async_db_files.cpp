@@ -141,14 +141,8 @@ HRESULT CSQLiteAsyncDB::AddFile(uint64_t fileId, IZanDB4FileDBRecord* record, co
     if (tags != S_OK) return tags;
     // The object the client holds becomes the one later searches give.
     if (overrides == nullptr || joinRecordCache) {
-        FileRecordCache::Use(zandb4::g_fileRecordCache, [&](FileRecordCache& cache) {
-            IZanDB4FileDBRecord* live = nullptr;
-            if (cache.Find(fileId, &live)) {
-                live->Release();
-                return;
-            }
-            cache.Add(fileId, record);
-        });
+        FileRecordCache::Use(zandb4::g_fileRecordCache,
+                             [&](FileRecordCache& cache) { cache.AddUnlessLive(fileId, record); });
     }
     return S_OK;
 }
@@ -200,9 +194,8 @@ HRESULT CSQLiteAsyncDB::UpdateFile(uint64_t fileId, IZanDB4FileDBRecord* record)
 HRESULT CSQLiteAsyncDB::WriteTags(uint64_t fileId, IZanDB4FileDBRecord* record) {
     {
         Statement remove(m_db, kDeleteTagsOfFile);
-        if (!remove.IsPrepared()) return E_FAIL;
         remove.BindInt64(1, static_cast<int64_t>(fileId));
-        if (remove.Step() != SQLITE_DONE || remove.Finalize() != SQLITE_OK) return E_FAIL;
+        if (zandb4::StepToDone(remove) != S_OK) return E_FAIL;
     }
     return InsertTags(fileId, record);
 }

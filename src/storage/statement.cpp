@@ -120,3 +120,13 @@ HRESULT RunStatement(sqlite3* db, const WCHAR* sql) {
 }
 
 }  // namespace zandb4
+
+namespace zandb4 {
+
+HRESULT StepToDone(Statement& statement) {
+    if (!statement.IsPrepared()) return E_FAIL;
+    if (statement.Step() != SQLITE_DONE) return E_FAIL;
+    return ResultOf(statement.Finalize());
+}
+
+}  // namespace zandb4

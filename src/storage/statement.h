@@ -50,6 +50,11 @@ private:
     int m_finalizeCode = SQLITE_OK;
 };
 
+// Runs a prepared statement whose rows are not wanted to its end: S_OK when
+// it prepared, the step finished it (SQLITE_DONE) and the finalize is clean,
+// else E_FAIL. A write that matched no row is no failure.
+HRESULT StepToDone(Statement& statement);
+
 // sqlite3_exec for one UTF-16 statement: converts to UTF-8 and runs it. A
 // text holding a second command behind the first fails with SQLITE_ERROR and
 // runs nothing. A null

@@ -199,6 +199,26 @@ TEST_F(FileRecordCacheTest, AddOfAnIdAlreadyStoredKeepsTheOldRecordAndHoldsTheNe
     EXPECT_EQ(m_tally.destroyed, 2);
 }
 
+TEST_F(FileRecordCacheTest, AddUnlessLiveStoresANewIdAndLeavesALiveRecordAlone) {
+    StandInRecord* first = NewRecord(5);
+    StandInRecord* second = NewRecord(5);
+
+    EXPECT_TRUE(Cache().AddUnlessLive(5, first));
+    EXPECT_EQ(first->Count(), 2);
+    EXPECT_FALSE(Cache().AddUnlessLive(5, second));
+    // No reference was taken on the second, and the first keeps the id.
+    EXPECT_EQ(second->Count(), 1);
+    EXPECT_EQ(first->Count(), 2);
+    StandInRecord* out = nullptr;
+    ASSERT_TRUE(Cache().Find(5, &out));
+    EXPECT_EQ(out, first);
+    out->Release();
+    EXPECT_FALSE(Cache().AddUnlessLive(0, second));
+    second->Release();
+    first->Release();
+    EXPECT_EQ(m_tally.destroyed, 2);
+}
+
 // ---- Remove ----
 
 TEST_F(FileRecordCacheTest, RecordDeletedWhileTheApplicationHoldsItAnswersIdZero) {
