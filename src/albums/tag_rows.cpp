@@ -44,8 +44,9 @@ HRESULT TagRows::AddTag(const CZanTString& name, uint32_t type, uint64_t* outId)
     // the insert fails; the result code tells whether the tag exists.
     if (outId != nullptr) *outId = tagId;
     Statement insert(m_store.m_db, tag_tables::kInsertTag);
+    const bool prepared = insert.IsPrepared();
     int step = SQLITE_ERROR;
-    if (insert.IsPrepared()) {
+    if (prepared) {
         insert.BindInt64(1, static_cast<int64_t>(tagId));
         insert.BindText(2, name);
         insert.BindInt64(3, static_cast<int64_t>(type));
@@ -54,7 +55,7 @@ HRESULT TagRows::AddTag(const CZanTString& name, uint32_t type, uint64_t* outId)
     int finalize = insert.Finalize();
     // No search for the name beforehand: a second tag of a name breaks the
     // unique index and the step fails.
-    if (!insert.IsPrepared() || step != SQLITE_DONE || finalize != SQLITE_OK) m_store.PoolID(tagId, kTagIdType);
+    if (!prepared || step != SQLITE_DONE || finalize != SQLITE_OK) m_store.PoolID(tagId, kTagIdType);
     if (finalize != SQLITE_OK) return E_FAIL;
     return zandb4::ResultOfDoneStep(step);
 }

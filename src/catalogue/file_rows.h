@@ -101,6 +101,9 @@ public:
     HRESULT CountFilesOfTag(uint64_t tagId, uint32_t* outCount);
 
 private:
+    // The "SELECT *" rows of sql with id bound to its one parameter, as
+    // records; E_FAIL when the list ends empty.
+    HRESULT ListFilesOfId(const WCHAR* sql, uint64_t id, CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode);
     // The album notes of an update that changes album_id.
     void NoteAlbumsOfUpdate(uint64_t fileId, IZanDB4FileDBRecord* record);
 

@@ -354,16 +354,22 @@ HRESULT FileTableRows::ListFilesByImport(const SYSTEMTIME& importDate, const uin
     return NonEmpty(!records.IsEmpty());
 }
 
-HRESULT FileTableRows::ListFilesInAlbum(uint64_t albumId, uint32_t order, CZanTList<IZanDB4FileDBRecord*>& records,
-                                        uint32_t mode) {
+HRESULT FileTableRows::ListFilesOfId(const WCHAR* sql, uint64_t id, CZanTList<IZanDB4FileDBRecord*>& records,
+                                     uint32_t mode) {
     records.RemoveAll();
-    Statement select(m_store.m_db, order == 2 ? album_table::kSelectFilesNewestFirst : album_table::kSelectFiles);
+    Statement select(m_store.m_db, sql);
     if (!select.IsPrepared()) return E_FAIL;
-    select.BindInt64(1, static_cast<int64_t>(albumId));
+    select.BindInt64(1, static_cast<int64_t>(id));
     CollectRecords(select, records,
                    [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
     select.Finalize();
     return NonEmpty(!records.IsEmpty());
+}
+
+HRESULT FileTableRows::ListFilesInAlbum(uint64_t albumId, uint32_t order, CZanTList<IZanDB4FileDBRecord*>& records,
+                                        uint32_t mode) {
+    return ListFilesOfId(order == 2 ? album_table::kSelectFilesNewestFirst : album_table::kSelectFiles, albumId,
+                         records, mode);
 }
 
 HRESULT FileTableRows::CountFilesInAlbum(uint64_t albumId, uint32_t* outCount) {
@@ -377,14 +383,7 @@ HRESULT FileTableRows::CountFilesInAlbum(uint64_t albumId, uint32_t* outCount) {
 }
 
 HRESULT FileTableRows::ListFilesOfTag(uint64_t tagId, CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode) {
-    records.RemoveAll();
-    Statement select(m_store.m_db, tag_tables::kSelectFilesOfTag);
-    if (!select.IsPrepared()) return E_FAIL;
-    select.BindInt64(1, static_cast<int64_t>(tagId));
-    CollectRecords(select, records,
-                   [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
-    select.Finalize();
-    return NonEmpty(!records.IsEmpty());
+    return ListFilesOfId(tag_tables::kSelectFilesOfTag, tagId, records, mode);
 }
 
 HRESULT FileTableRows::CountFilesOfTag(uint64_t tagId, uint32_t* outCount) {
