@@ -141,6 +141,18 @@ TEST_F(TagManager, AddTagDoesNotSetTheRecordsOwnId) {
     EXPECT_EQ(DiskIds("SELECT tag_id FROM tag_table ORDER BY tag_id"), (Ids{id, second}));
 }
 
+TEST_F(TagManager, AddedTagsLeaveNothingInTheIdentifierPool) {
+    // Only a failed insert gives its id back; a stored tag keeps its id for
+    // itself alone.
+    uint64_t a = Add("One");
+    uint64_t b = Add("Two");
+    Commit();
+    EXPECT_EQ(PooledOnDisk(kTagIdType, a), 0);
+    EXPECT_EQ(PooledOnDisk(kTagIdType, b), 0);
+    EXPECT_EQ(DiskInteger("SELECT COUNT(*) FROM pooled_id_table WHERE id_type=8"), 0);
+    EXPECT_EQ(DiskInteger("SELECT last_id FROM last_id_table WHERE id_type=8"), 2);
+}
+
 TEST_F(TagManager, AddTagWithoutAnOutIdStillStores) {
     TagPtr tag = MakeTag("No out");
     EXPECT_EQ(m_manager->AddTag(tag.Get(), nullptr), S_OK);
@@ -478,6 +490,9 @@ TEST_F(TagManager, FileUpdatedWithAClearedTagListLosesEveryLink) {
     ASSERT_TRUE(record);
     ASSERT_EQ(record->ClearTags(), S_OK);
     ASSERT_TRUE(record->IsChanged(0x20000000));
+    // The file store saves a tag list along with a changed column.
+    const uint8_t favourite = 1;
+    ASSERT_EQ(record->SetIsFavorite(&favourite), S_OK);
     ASSERT_EQ(FileTableRows(Catalogue()).UpdateFileRecord(10, record.Get()), S_OK);
     Commit();
     EXPECT_EQ(LinksOnDisk(), (Rows{{std::to_string(a), "11"}}));
@@ -495,6 +510,8 @@ TEST_F(TagManager, FileUpdatedWithANewTagListHasItsLinksReplacedWhole) {
     ASSERT_TRUE(record);
     ASSERT_EQ(record->ClearTags(), S_OK);
     ASSERT_EQ(record->AddTag(&c), S_OK);
+    const uint8_t favourite = 1;
+    ASSERT_EQ(record->SetIsFavorite(&favourite), S_OK);
     ASSERT_EQ(FileTableRows(Catalogue()).UpdateFileRecord(10, record.Get()), S_OK);
     Commit();
     EXPECT_EQ(LinksOnDisk(), (Rows{{std::to_string(c), "10"}}));
