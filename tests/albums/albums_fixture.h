@@ -204,6 +204,21 @@ protected:
                            " AND pooled_id=" + std::to_string(id));
     }
 
+    // The file ids of a list of records in its order. The list's reference
+    // of each record is released and the list emptied.
+    static Ids IdsOf(CZanTList<IZanDB4FileDBRecord*>& records) {
+        Ids ids;
+        for (POSITION at = records.GetHeadPosition(); at != nullptr;) {
+            IZanDB4FileDBRecord* record = records.GetNext(at);
+            uint64_t id = 0;
+            EXPECT_EQ(record->GetFileID(&id), S_OK);
+            ids.push_back(id);
+            record->Release();
+        }
+        records.RemoveAll();
+        return ids;
+    }
+
     zandb4::testing::TempFolder m_root;
 };
 

@@ -2,6 +2,8 @@
 // identifiers drawn from and given back to the pool, the unique and
 // case-sensitive name, the links of files to tags as the file store writes
 // them, and what a refused call leaves behind.
+#include <algorithm>
+
 #include "albums_fixture.h"
 #include "catalogue/file_db_mgr.h"
 
@@ -523,6 +525,89 @@ TEST_F(TagManager, NewFileWithAnEmptyTagListWritesNoLink) {
     Commit();
     EXPECT_TRUE(LinksOnDisk().empty());
     EXPECT_EQ(DiskIds("SELECT file_id FROM file_table"), (Ids{10}));
+}
+
+// ---- files of a tag through the file store ----
+
+TEST_F(TagManager, FilesOfATagAreListedAndItsLinksCounted) {
+    uint64_t a = Add("A");
+    uint64_t b = Add("B");
+    AddFile(File(10).Tagged({a, b}));
+    AddFile(File(11).Tagged({b}));
+    AddFile(File(12).Tagged({a}));
+    AddFile(File(13));
+    CZanTList<IZanDB4FileDBRecord*> files;
+    ASSERT_EQ(FileTableRows(Catalogue()).ListFilesOfTag(a, files, FileTableRows::kLoadAll), S_OK);
+    Ids found = IdsOf(files);
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, (Ids{10, 12}));
+    uint32_t count = 99;
+    EXPECT_EQ(FileTableRows(Catalogue()).CountFilesOfTag(b, &count), S_OK);
+    EXPECT_EQ(count, 2u);
+    // The list holds records read from the rows.
+    ASSERT_EQ(FileTableRows(Catalogue()).ListFilesOfTag(b, files, FileTableRows::kLoadAll), S_OK);
+    ASSERT_EQ(files.GetCount(), 2);
+    CZanTString name;
+    EXPECT_EQ(files.Container().GetHead()->GetFileName(name), S_OK);
+    EXPECT_EQ(name.ToUtf8().substr(0, 4), "IMG_");
+    IdsOf(files);
+}
+
+TEST_F(TagManager, ATagWithoutFilesListsNothingAndCountsZero) {
+    uint64_t a = Add("Lonely");
+    AddFile(File(10));
+    CZanTList<IZanDB4FileDBRecord*> files;
+    EXPECT_EQ(FileTableRows(Catalogue()).ListFilesOfTag(a, files, FileTableRows::kLoadAll), E_FAIL);
+    EXPECT_TRUE(files.IsEmpty());
+    uint32_t count = 99;
+    EXPECT_EQ(FileTableRows(Catalogue()).CountFilesOfTag(a, &count), S_OK);
+    EXPECT_EQ(count, 0u);
+    count = 99;
+    EXPECT_EQ(FileTableRows(Catalogue()).CountFilesOfTag(a + 1000, &count), S_OK);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(FileTableRows(Catalogue()).CountFilesOfTag(a, nullptr), E_INVALIDARG);
+}
+
+TEST_F(TagManager, AFileLinkedTwiceCountsTwiceButIsListedOnce) {
+    uint64_t a = Add("Twice");
+    AddFile(File(10).Tagged({a}));
+    ExecOnCatalogue("INSERT INTO tag_file_table (tag_id, file_id) VALUES (" + std::to_string(a) + ", 10)");
+    uint32_t count = 0;
+    EXPECT_EQ(FileTableRows(Catalogue()).CountFilesOfTag(a, &count), S_OK);
+    EXPECT_EQ(count, 2u);
+    CZanTList<IZanDB4FileDBRecord*> files;
+    ASSERT_EQ(FileTableRows(Catalogue()).ListFilesOfTag(a, files, FileTableRows::kLoadAll), S_OK);
+    EXPECT_EQ(IdsOf(files), (Ids{10}));
+}
+
+TEST_F(TagManager, ListOfTagFilesIsEmptiedFirst) {
+    uint64_t a = Add("A");
+    AddFile(File(10).Tagged({a}));
+    FilePtr stranger = MakeFile(File(99));
+    CZanTList<IZanDB4FileDBRecord*> files;
+    files.AddTail(stranger.Get());
+    EXPECT_EQ(FileTableRows(Catalogue()).ListFilesOfTag(a, files, FileTableRows::kLoadAll), S_OK);
+    EXPECT_EQ(IdsOf(files), (Ids{10}));
+    files.AddTail(stranger.Get());
+    EXPECT_EQ(FileTableRows(Catalogue()).ListFilesOfTag(a + 1000, files, FileTableRows::kLoadAll), E_FAIL);
+    EXPECT_TRUE(files.IsEmpty());
+}
+
+TEST_F(TagManager, DeletedTagHasNoFilesLeftToList) {
+    uint64_t a = Add("A");
+    AddFile(File(10).Tagged({a}));
+    AddFile(File(11).Tagged({a}));
+    ASSERT_EQ(m_manager->DeleteTag(a), S_OK);
+    CZanTList<IZanDB4FileDBRecord*> files;
+    EXPECT_EQ(FileTableRows(Catalogue()).ListFilesOfTag(a, files, FileTableRows::kLoadAll), E_FAIL);
+    uint32_t count = 99;
+    EXPECT_EQ(FileTableRows(Catalogue()).CountFilesOfTag(a, &count), S_OK);
+    EXPECT_EQ(count, 0u);
+    // The files themselves are still listed by a query over everything.
+    ASSERT_EQ(FileTableRows(Catalogue()).ListFiles(nullptr, 0, files, FileTableRows::kLoadAll), S_OK);
+    Ids all = IdsOf(files);
+    std::sort(all.begin(), all.end());
+    EXPECT_EQ(all, (Ids{10, 11}));
 }
 
 // ---- Commit and Rollback ----
