@@ -353,6 +353,41 @@ TEST_F(AlbumManager, AwkwardNamesAndAreasRoundTripExactly) {
     EXPECT_EQ(m_manager->GetAlbumCount(), AwkwardNames().size());
 }
 
+TEST_F(AlbumManager, FailedInsertGivesItsIdBackAndLeavesTheRecordAsItWas) {
+    uint64_t kept = Add("Kept");
+    Commit();
+    DropInsideTransaction("album_table");
+    AlbumPtr album = MakeAlbum("Lost");
+    uint64_t id = 77;
+    EXPECT_EQ(m_manager->AddAlbum(album.Get(), &id), E_FAIL);
+    EXPECT_EQ(id, 0u);
+    uint64_t recordId = 5;
+    EXPECT_EQ(album->GetID(&recordId), S_OK);
+    EXPECT_EQ(recordId, 0u);
+    EXPECT_EQ(CatalogueInteger("SELECT COUNT(*) FROM pooled_id_table WHERE id_type=2 AND pooled_id=" +
+                               std::to_string(kept + 1)),
+              1);
+    ASSERT_EQ(m_manager->Rollback(), S_OK);
+    Commit();
+    EXPECT_EQ(DiskIds("SELECT album_id FROM album_table"), (Ids{kept}));
+    EXPECT_EQ(DiskText("SELECT album_name FROM album_table"), "Kept");
+}
+
+TEST_F(AlbumManager, AlbumWhoseRowCannotBeDeletedKeepsItsFiles) {
+    uint64_t id = Add("Stuck");
+    AddFile(File(10).InAlbum(id));
+    Commit();
+    DropInsideTransaction("album_table");
+    EXPECT_EQ(m_manager->DeleteAlbum(id), E_FAIL);
+    // The files were not taken out of the album, and the id is not pooled.
+    EXPECT_EQ(CatalogueInteger("SELECT album_id FROM file_table WHERE file_id=10"), static_cast<int64_t>(id));
+    EXPECT_EQ(CatalogueInteger("SELECT COUNT(*) FROM pooled_id_table WHERE id_type=2"), 0);
+    ASSERT_EQ(m_manager->Rollback(), S_OK);
+    Commit();
+    EXPECT_EQ(DiskIds("SELECT album_id FROM album_table"), (Ids{id}));
+    EXPECT_EQ(CatalogueAlbumOf(10), static_cast<int64_t>(id));
+}
+
 // ---- GetAlbum and the lists ----
 
 TEST_F(AlbumManager, GetAlbumRefusesANullOutAndClearsTheOutForAnUnknownId) {

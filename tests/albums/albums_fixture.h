@@ -174,6 +174,25 @@ protected:
         sqlite3_free(message);
     }
 
+    // The first column of the first row of sql as the catalogue's own
+    // connection sees it, open transaction included; -1 without a row.
+    int64_t CatalogueInteger(const std::string& sql) {
+        sqlite3_stmt* statement = nullptr;
+        int64_t value = -1;
+        if (sqlite3_prepare_v2(Catalogue().m_db, sql.c_str(), -1, &statement, nullptr) == SQLITE_OK &&
+            sqlite3_step(statement) == SQLITE_ROW)
+            value = sqlite3_column_int64(statement, 0);
+        sqlite3_finalize(statement);
+        return value;
+    }
+
+    // Takes a table away inside the catalogue's open transaction, so that
+    // the statements on it fail until a rollback brings it back.
+    void DropInsideTransaction(const std::string& table) {
+        Catalogue().BeginTransaction();
+        ExecOnCatalogue("DROP TABLE " + table);
+    }
+
     // What a separate connection reads from a store file of the database
     // folder: committed state only.
     Rows Disk(const std::string& sql, const std::string& file = "FileBasic.db") {

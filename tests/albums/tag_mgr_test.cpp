@@ -245,6 +245,27 @@ TEST_F(TagManager, TypeIsStoredAndDeliveredAsGiven) {
     EXPECT_EQ(type, 0xFFFFFFFFu);
 }
 
+TEST_F(TagManager, FailedInsertGivesItsIdBackAndLosesNothingCommitted) {
+    uint64_t kept = Add("Kept");
+    Commit();
+    DropInsideTransaction("tag_table");
+    TagPtr tag = MakeTag("Lost");
+    uint64_t id = 0;
+    EXPECT_EQ(m_manager->AddTag(tag.Get(), &id), E_FAIL);
+    // The out id keeps the id that was drawn and given back.
+    EXPECT_NE(id, 0u);
+    EXPECT_EQ(
+        CatalogueInteger("SELECT COUNT(*) FROM pooled_id_table WHERE id_type=8 AND pooled_id=" + std::to_string(id)),
+        1);
+    uint64_t recordId = 3;
+    EXPECT_EQ(tag->GetID(&recordId), S_OK);
+    EXPECT_EQ(recordId, 0u);
+    EXPECT_EQ(m_manager->GetTagCount(), 0u);
+    ASSERT_EQ(m_manager->Rollback(), S_OK);
+    Commit();
+    EXPECT_EQ(TagsOnDisk(), (Rows{{std::to_string(kept), "Kept", "0"}}));
+}
+
 // ---- UpdateTag ----
 
 TEST_F(TagManager, UpdateRewritesNameAndTypeOfTheArgumentsIdNotTheRecords) {
@@ -442,6 +463,21 @@ TEST_F(TagManager, DeletedIdGoesToThePoolAndTheNextTagGetsIt) {
     EXPECT_EQ(Add("C"), a);
     Commit();
     EXPECT_EQ(TagsOnDisk(), (Rows{{std::to_string(a), "C", "0"}, {std::to_string(b), "B", "0"}}));
+}
+
+TEST_F(TagManager, TagWhoseLinksCannotGoStaysAndIsNotPooled) {
+    uint64_t a = Add("Stuck");
+    Commit();
+    const std::string pooled =
+        "SELECT COUNT(*) FROM pooled_id_table WHERE id_type=8 AND pooled_id=" + std::to_string(a);
+    const int64_t pooledBefore = CatalogueInteger(pooled);
+    DropInsideTransaction("tag_file_table");
+    EXPECT_EQ(m_manager->DeleteTag(a), E_FAIL);
+    EXPECT_EQ(m_manager->GetTagCount(), 1u);
+    EXPECT_EQ(CatalogueInteger(pooled), pooledBefore);
+    ASSERT_EQ(m_manager->Rollback(), S_OK);
+    Commit();
+    EXPECT_EQ(TagsOnDisk(), (Rows{{std::to_string(a), "Stuck", "0"}}));
 }
 
 TEST_F(TagManager, DeleteOfAnUnknownIdIsOkAndTouchesNoOtherTag) {
