@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "albums_fixture.h"
+#include "catalogue/file_db_mgr.h"
 #include "records/query_mgr.h"
 
 namespace albums_test {
@@ -530,6 +531,27 @@ TEST_F(AlbumManager, MovingAFileToAnotherAlbumRefreshesBothAtCommit) {
     EXPECT_EQ(DerivedOnDisk(a), Derived(Packed(2020, 1, 1), Packed(2020, 1, 1), 1));
     EXPECT_EQ(DerivedOnDisk(b), Derived(Packed(2020, 6, 1), Packed(2020, 6, 1), 1));
     EXPECT_EQ(CatalogueAlbumOf(11), static_cast<int64_t>(b));
+}
+
+TEST_F(AlbumManager, StagedFileMovedToAnotherAlbumCountsInTheNewOneWhenItReachesTheCatalogue) {
+    uint64_t a = Add("A");
+    uint64_t b = Add("B");
+    AddFile(File(10).InAlbum(a).ShotAt(Packed(2021, 3, 1)));
+    StageFile(File(20).InAlbum(a).ShotAt(Packed(2021, 5, 1)));
+    Commit();
+    ASSERT_EQ(StagedAlbumOf(20), static_cast<int64_t>(a));
+
+    // The staged row is rewritten with the new album before it moves.
+    FilePtr staged = MakeFile(File(20).InAlbum(b).ShotAt(Packed(2021, 5, 1)));
+    ASSERT_TRUE(staged);
+    ASSERT_EQ(Staging().UpdateFile(20, staged.Get()), S_OK);
+    CZanDB4FileDBMgr files(DatabaseRegistry::fileBasicDB, DatabaseRegistry::asyncDB, DatabaseRegistry::metaFactory,
+                           DatabaseRegistry::thumbMgr);
+    ASSERT_EQ(files.Commit(CZanDB4FileDBMgr::kMoveStaged | CZanDB4FileDBMgr::kCommitCatalogue), S_OK);
+
+    EXPECT_EQ(CatalogueAlbumOf(20), static_cast<int64_t>(b));
+    EXPECT_EQ(DerivedOnDisk(a), Derived(Packed(2021, 3, 1), Packed(2021, 3, 1), 1));
+    EXPECT_EQ(DerivedOnDisk(b), Derived(Packed(2021, 5, 1), Packed(2021, 5, 1), 1));
 }
 
 TEST_F(AlbumManager, MovingTheLastFileOutEmptiesTheAlbumToZeros) {
