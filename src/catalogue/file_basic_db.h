@@ -7,6 +7,8 @@
 // with that subject, as small classes over this store's connection:
 //   catalogue/file_rows.h          file_table (the file store)
 //   records/meta_rows.h            meta_table
+//   albums/album_rows.h            album_table
+//   albums/tag_rows.h              tag_table
 //   albums/tag_links.h             tag_file_table
 //   albums/import_history_rows.h   import_history_table
 //   faces/face_rows.h              person_face_table, pet_face_table

@@ -92,14 +92,15 @@ void CSQLiteFileBasicDB::RecountAlbum(uint64_t albumId) {
 
     // The date range covers every file of the album, managed or not. Dates
     // of 0 that come first (as they do in ascending order) are passed over.
-    int64_t oldest = 0;
-    int64_t latest = 0;
+    // Compared as unsigned values, as the range has always been kept.
+    uint64_t oldest = 0;
+    uint64_t latest = 0;
     {
         Statement walk(m_db, album_table::kSelectFiles);
         if (walk.IsPrepared()) {
             walk.BindInt64(1, static_cast<int64_t>(albumId));
             while (walk.Step() == SQLITE_ROW) {
-                int64_t date = walk.ColumnInt64(file_table::kShootingDate);
+                uint64_t date = static_cast<uint64_t>(walk.ColumnInt64(file_table::kShootingDate));
                 if (oldest == 0 && latest == 0) {
                     oldest = latest = date;
                     continue;
@@ -112,8 +113,8 @@ void CSQLiteFileBasicDB::RecountAlbum(uint64_t albumId) {
     BeginTransaction();
     Statement update(m_db, album_table::kUpdateDates);
     if (!update.IsPrepared()) return;
-    update.BindInt64(1, oldest);
-    update.BindInt64(2, latest);
+    update.BindInt64(1, static_cast<int64_t>(oldest));
+    update.BindInt64(2, static_cast<int64_t>(latest));
     update.BindInt64(3, static_cast<int64_t>(albumId));
     update.Step();
 }

@@ -86,6 +86,20 @@ public:
     HRESULT ListFilesByImport(const SYSTEMTIME& importDate, const uint32_t* importClass, uint32_t options,
                               CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode);
 
+    // The files of an album: order 2 newest first, any other order oldest
+    // first, then by name. E_FAIL when the list ends empty.
+    HRESULT ListFilesInAlbum(uint64_t albumId, uint32_t order, CZanTList<IZanDB4FileDBRecord*>& records,
+                             uint32_t mode);
+    // The managed files of an album into *outCount, cleared first.
+    // E_INVALIDARG for a null out, E_FAIL when the count cannot be read.
+    HRESULT CountFilesInAlbum(uint64_t albumId, uint32_t* outCount);
+    // The files linked to a tag. E_FAIL when the list ends empty.
+    HRESULT ListFilesOfTag(uint64_t tagId, CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode);
+    // The links of a tag into *outCount, cleared first, a file linked twice
+    // counted twice. E_INVALIDARG for a null out; a count that cannot be read
+    // is 0 with S_OK.
+    HRESULT CountFilesOfTag(uint64_t tagId, uint32_t* outCount);
+
 private:
     // The album notes of an update that changes album_id.
     void NoteAlbumsOfUpdate(uint64_t fileId, IZanDB4FileDBRecord* record);

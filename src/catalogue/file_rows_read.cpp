@@ -1,6 +1,9 @@
 // FileTableRows: the reads of file_table. Result rows become the one live
 // record of their file through FileRecordCache, so two searches that find
 // one file hand out one object.
+#include "albums/album_table.h"
+#include "albums/tag_rows.h"
+#include "albums/tag_tables.h"
 #include "catalogue/file_rows.h"
 #include "catalogue/file_table.h"
 #include "faces/face_rows.h"
@@ -349,4 +352,43 @@ HRESULT FileTableRows::ListFilesByImport(const SYSTEMTIME& importDate, const uin
                    [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
     select.Finalize();
     return NonEmpty(!records.IsEmpty());
+}
+
+HRESULT FileTableRows::ListFilesInAlbum(uint64_t albumId, uint32_t order, CZanTList<IZanDB4FileDBRecord*>& records,
+                                        uint32_t mode) {
+    records.RemoveAll();
+    Statement select(m_store.m_db, order == 2 ? album_table::kSelectFilesNewestFirst : album_table::kSelectFiles);
+    if (!select.IsPrepared()) return E_FAIL;
+    select.BindInt64(1, static_cast<int64_t>(albumId));
+    CollectRecords(select, records,
+                   [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
+    select.Finalize();
+    return NonEmpty(!records.IsEmpty());
+}
+
+HRESULT FileTableRows::CountFilesInAlbum(uint64_t albumId, uint32_t* outCount) {
+    if (outCount == nullptr) return E_INVALIDARG;
+    *outCount = 0;
+    Statement count(m_store.m_db, album_table::kCountFiles);
+    if (!count.IsPrepared()) return E_FAIL;
+    count.BindInt64(1, static_cast<int64_t>(albumId));
+    if (count.Step() == SQLITE_ROW) *outCount = static_cast<uint32_t>(count.ColumnInt64(0));
+    return zandb4::ResultOf(count.Finalize());
+}
+
+HRESULT FileTableRows::ListFilesOfTag(uint64_t tagId, CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode) {
+    records.RemoveAll();
+    Statement select(m_store.m_db, tag_tables::kSelectFilesOfTag);
+    if (!select.IsPrepared()) return E_FAIL;
+    select.BindInt64(1, static_cast<int64_t>(tagId));
+    CollectRecords(select, records,
+                   [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
+    select.Finalize();
+    return NonEmpty(!records.IsEmpty());
+}
+
+HRESULT FileTableRows::CountFilesOfTag(uint64_t tagId, uint32_t* outCount) {
+    if (outCount == nullptr) return E_INVALIDARG;
+    *outCount = TagRows(m_store).CountLinksOfTag(tagId);
+    return S_OK;
 }

@@ -8,8 +8,12 @@
 
 #include <new>
 
+#include "albums/album_db_mgr.h"
+#include "albums/album_db_record.h"
 #include "albums/import_db_record.h"
 #include "albums/import_mgr.h"
+#include "albums/tag_db_mgr.h"
+#include "albums/tag_db_record.h"
 #include "catalogue/file_basic_db.h"
 #include "faces/face_db_record.h"
 #include "library/database_registry.h"
@@ -38,10 +42,14 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4FileDBMgr, nullptr},
     {&IID_IZanDB4FileDBRecord, [] () -> IUnknown* { return new CZanDB4FileDBRecord(DatabaseRegistry::fileBasicDB); }},
     {&IID_IZanDB4QueryMgr, [] () -> IUnknown* { return new CZanDB4DBQueryMgr(); }},
-    {&IID_IZanDB4AlbumDBRecord, nullptr},
-    {&IID_IZanDB4AlbumDBMgr, nullptr},
-    {&IID_IZanDB4TagDBMgr, nullptr},
-    {&IID_IZanDB4TagDBRecord, nullptr},
+    {&IID_IZanDB4AlbumDBRecord, [] () -> IUnknown* { return new CZanDB4AlbumDBRecord(DatabaseRegistry::fileBasicDB); }},
+    {&IID_IZanDB4AlbumDBMgr,
+     [] () -> IUnknown* {
+         return new CZanDB4AlbumDBMgr(DatabaseRegistry::fileBasicDB, DatabaseRegistry::albmThumbMgr,
+                                      DatabaseRegistry::asyncDB);
+     }},
+    {&IID_IZanDB4TagDBMgr, [] () -> IUnknown* { return new CZanDB4TagDBMgr(DatabaseRegistry::fileBasicDB); }},
+    {&IID_IZanDB4TagDBRecord, [] () -> IUnknown* { return new CZanDB4TagDBRecord(); }},
     {&IID_IZanDB4FileMetaDBRecord, [] () -> IUnknown* { return new CZanDB4FileMetaDBRecord(); }},
     {&IID_IZanDB4DBUtility, nullptr},
     {&IID_IZanDB4EditFileCache, [] () -> IUnknown* { return new CZanDB4EditFileCache(); }},
