@@ -167,7 +167,9 @@ LabelIds MakeLabelledCatalogue(const fs::path& root, const std::vector<Catalogue
         if (ids.tags.size() == tags.size() && ids.albums.size() == albums.size())
             for (const LabelledFile& file : files) AddFile(store, file, ids);
         ComPtr<IZanDB4AlbumDBMgr> manager = MakeInstance<IZanDB4AlbumDBMgr>(IID_IZanDB4AlbumDBMgr);
-        if (manager) EXPECT_EQ(manager->Commit(), S_OK);
+        if (manager) {
+            EXPECT_EQ(manager->Commit(), S_OK);
+        }
     } else {
         ADD_FAILURE() << "the library holds no catalogue store";
     }
