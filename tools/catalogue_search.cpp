@@ -1,6 +1,7 @@
 // The search of "zandb4 ls" through the library's read-only start, query
-// tree and catalogue store. One of the two files of the tool that include
-// the library's internal headers (with store_reader.cpp).
+// tree and catalogue store, with tag and album names looked up through their
+// managers. One of the files of the tool that include the library's internal
+// headers.
 #include "catalogue/file_rows.h"
 #include "catalogue_search.h"
 
