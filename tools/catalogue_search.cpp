@@ -1,9 +1,11 @@
 // The search of "zandb4 ls" through the library's read-only start, query
-// tree and catalogue store. One of the two files of the tool that include
-// the library's internal headers (with store_reader.cpp).
+// tree and catalogue store, with tag and album names looked up through their
+// managers. One of the files of the tool that include the library's internal
+// headers.
 #include "catalogue/file_rows.h"
 #include "catalogue_search.h"
 
+#include "album_tag_reader.h"
 #include "catalogue/file_basic_db.h"
 #include "frame/com_ptr.h"
 #include "frame/critical_section.h"
@@ -11,6 +13,7 @@
 #include "library/read_only_start.h"
 #include "storage/statement.h"
 #include "store_reader.h"
+#include "text_output.h"
 #include "zandb4.h"
 
 namespace zandb4::tool {
@@ -38,8 +41,18 @@ HRESULT MakePathPrefixNode(IZanDB4QueryMgr* queries, const std::string& prefix, 
     return (*node)->SetText(text.GetString());
 }
 
-// The node of one condition, made by the library's query manager.
-HRESULT MakeNode(IZanDB4QueryMgr* queries, const Condition& condition, IZanDB4QueryNode** node) {
+// The query tree has no node for a tag. The node is made as a path node and
+// its text replaced by the membership test on the tag's links.
+HRESULT MakeTagNode(IZanDB4QueryMgr* queries, uint64_t tagId, IZanDB4QueryNode** node) {
+    HRESULT result = queries->CreateFilePathNode(node, u"", 0);
+    if (result != S_OK) return result;
+    CZanTString text = CZanTString::FromUtf8(TagCondition(tagId).c_str());
+    return (*node)->SetText(text.GetString());
+}
+
+// The node of one condition, made by the library's query manager. id is the
+// tag or album that a name condition was resolved to.
+HRESULT MakeNode(IZanDB4QueryMgr* queries, const Condition& condition, uint64_t id, IZanDB4QueryNode** node) {
     switch (condition.kind) {
         case Condition::Kind::kFormat:
             return queries->CreateFileFormatNode(node, static_cast<uint32_t>(condition.number));
@@ -57,15 +70,21 @@ HRESULT MakeNode(IZanDB4QueryMgr* queries, const Condition& condition, IZanDB4Qu
             return MakePathPrefixNode(queries, condition.text, node);
         case Condition::Kind::kAlbum:
             return queries->CreateAlbumIDNode(node, condition.number);
+        case Condition::Kind::kAlbumName:
+            return queries->CreateAlbumIDNode(node, id);
+        case Condition::Kind::kTagName:
+            return MakeTagNode(queries, id, node);
     }
     return E_INVALIDARG;
 }
 
-// Every condition joined by AND; null when there is none.
-HRESULT MakeQuery(IZanDB4QueryMgr* queries, const std::vector<Condition>& conditions, ComPtr<IZanDB4QueryNode>& query) {
-    for (const Condition& condition : conditions) {
+// Every condition joined by AND; null when there is none. ids holds the
+// resolved id of each name condition.
+HRESULT MakeQuery(IZanDB4QueryMgr* queries, const std::vector<Condition>& conditions,
+                  const std::vector<uint64_t>& ids, ComPtr<IZanDB4QueryNode>& query) {
+    for (size_t index = 0; index < conditions.size(); ++index) {
         ComPtr<IZanDB4QueryNode> node;
-        HRESULT result = MakeNode(queries, condition, node.Receive());
+        HRESULT result = MakeNode(queries, conditions[index], ids[index], node.Receive());
         if (result != S_OK) return result;
         if (!query) {
             query = node;
@@ -96,19 +115,75 @@ FileRow RowOf(IZanDB4FileDBRecord* record) {
     return row;
 }
 
-// The files of the query, with the count of the same selection read first
-// inside one read transaction.
+// The id each name condition stands for, read through the tag and album
+// managers; 0 for the other conditions. SQLITE_OK, or the code of a failed
+// read with search's reason set; a name that resolves to no single tag or
+// album makes search a kUnknownName.
+int ResolveNames(const std::vector<Condition>& conditions, int busyMilliseconds, std::vector<uint64_t>& ids,
+                 SearchResult& search) {
+    bool wantTags = false, wantAlbums = false;
+    for (const Condition& condition : conditions) {
+        wantTags = wantTags || condition.kind == Condition::Kind::kTagName;
+        wantAlbums = wantAlbums || condition.kind == Condition::Kind::kAlbumName;
+    }
+    std::vector<TagRow> tags;
+    std::vector<AlbumRow> albums;
+    int code = SQLITE_OK;
+    if (wantTags) code = ReadTagsOfStartedLibrary(false, tags, search.reason, busyMilliseconds);
+    if (code == SQLITE_OK && wantAlbums) code = ReadAlbumsOfStartedLibrary(albums, search.reason, busyMilliseconds);
+    if (code != SQLITE_OK) return code;
+
+    ids.assign(conditions.size(), 0);
+    for (size_t index = 0; index < conditions.size(); ++index) {
+        const Condition& condition = conditions[index];
+        std::string shown = EscapeField(condition.text);
+        if (condition.kind == Condition::Kind::kTagName) {
+            // Tag names are unique, compared byte for byte: case counts.
+            bool found = false;
+            for (const TagRow& tag : tags) {
+                if (tag.name != condition.text) continue;
+                ids[index] = tag.id;
+                found = true;
+            }
+            if (found) continue;
+            search.outcome = SearchResult::Outcome::kUnknownName;
+            search.reason = "bad condition 'tag=" + shown + "': no tag is named '" + shown + "'";
+            return SQLITE_OK;
+        }
+        if (condition.kind != Condition::Kind::kAlbumName) continue;
+        std::vector<uint64_t> named;
+        for (const AlbumRow& album : albums)
+            if (album.name == condition.text) named.push_back(album.id);
+        if (named.size() == 1) {
+            ids[index] = named[0];
+            continue;
+        }
+        search.outcome = SearchResult::Outcome::kUnknownName;
+        search.reason = "bad condition 'album=" + shown + "': ";
+        if (named.empty()) {
+            search.reason += "no album is named '" + shown + "'";
+            return SQLITE_OK;
+        }
+        search.reason += std::to_string(named.size()) + " albums are named '" + shown + "' (ids";
+        for (size_t at = 0; at < named.size(); ++at) search.reason += (at == 0 ? " " : ", ") + std::to_string(named[at]);
+        search.reason += "); give one as album=ID";
+        return SQLITE_OK;
+    }
+    return SQLITE_OK;
+}
+
+// The files of the query, with the count of the same selection read first,
+// inside the caller's read transaction.
 void ReadFiles(CSQLiteFileBasicDB* catalogue, IZanDB4QueryNode* query, int busyMilliseconds, SearchResult& search) {
-    CriticalSectionGuard guard(catalogue->m_lock);
     CZanTString countSql = kCountFiles;
     CZanTString condition;
     if (query != nullptr && query->GetText(condition) == S_OK && !condition.IsEmpty()) {
         countSql += u" WHERE ";
         countSql += condition;
     }
-    int code = Exec(catalogue->m_db, kBeginRead);
     int64_t expected = -1;
-    if (code == SQLITE_OK) {
+    int code = SQLITE_OK;
+    {
         Statement count(catalogue->m_db, countSql.GetString());
         int step = count.Step();
         if (step == SQLITE_ROW) expected = count.ColumnInt64(0);
@@ -118,7 +193,6 @@ void ReadFiles(CSQLiteFileBasicDB* catalogue, IZanDB4QueryNode* query, int busyM
     CZanTList<IZanDB4FileDBRecord*> records;
     // An empty list answers E_FAIL as a failure does: the count tells them apart.
     if (code == SQLITE_OK) FileTableRows(*catalogue).ListFiles(query, 1, records, FileTableRows::kLoadAll);
-    Exec(catalogue->m_db, kEndRead);
     for (POSITION position = records.GetHeadPosition(); position != nullptr;) {
         IZanDB4FileDBRecord* record = records.GetNext(position);
         search.files.push_back(RowOf(record));
@@ -138,6 +212,10 @@ void ReadFiles(CSQLiteFileBasicDB* catalogue, IZanDB4QueryNode* query, int busyM
 
 }  // namespace
 
+std::string TagCondition(uint64_t tagId) {
+    return "file_id IN (SELECT file_id FROM tag_file_table WHERE tag_id=" + std::to_string(tagId) + ")";
+}
+
 std::string LiteralPathPrefixCondition(const std::string& prefix) {
     std::string literal = "'";
     for (char ch : prefix) literal += ch == '\'' ? std::string("''") : std::string(1, ch);
@@ -153,18 +231,37 @@ SearchResult SearchFiles(const std::string& root, const std::vector<Condition>& 
         search.outcome = SearchResult::Outcome::kStartFailed;
         return search;
     }
+    CSQLiteFileBasicDB* catalogue = DatabaseRegistry::fileBasicDB;
+    if (catalogue == nullptr) {
+        search.outcome = SearchResult::Outcome::kQueryFailed;
+        search.result = E_FAIL;
+        ZanDB4_Finalize();
+        return search;
+    }
     {
-        ComPtr<IZanDB4QueryMgr> queries;
-        ComPtr<IZanDB4QueryNode> query;
-        HRESULT made = ZanDB4_CreateInstance(&IID_IZanDB4QueryMgr, reinterpret_cast<void**>(queries.Receive()));
-        if (made == S_OK) made = MakeQuery(queries.Get(), conditions, query);
-        CSQLiteFileBasicDB* catalogue = DatabaseRegistry::fileBasicDB;
-        if (made != S_OK || catalogue == nullptr) {
-            search.outcome = SearchResult::Outcome::kQueryFailed;
-            search.result = made != S_OK ? made : E_FAIL;
-        } else {
-            ReadFiles(catalogue, query.Get(), busyMilliseconds, search);
+        // Names, count and files are read in one read transaction.
+        CriticalSectionGuard guard(catalogue->m_lock);
+        int code = Exec(catalogue->m_db, kBeginRead);
+        std::vector<uint64_t> ids(conditions.size(), 0);
+        if (code == SQLITE_OK)
+            code = ResolveNames(conditions, busyMilliseconds, ids, search);
+        else
+            search.reason = ReasonOfCode(code, busyMilliseconds);
+        if (code != SQLITE_OK) {
+            search.outcome = SearchResult::Outcome::kReadFailed;
+        } else if (search.outcome == SearchResult::Outcome::kFound) {
+            ComPtr<IZanDB4QueryMgr> queries;
+            ComPtr<IZanDB4QueryNode> query;
+            HRESULT made = ZanDB4_CreateInstance(&IID_IZanDB4QueryMgr, reinterpret_cast<void**>(queries.Receive()));
+            if (made == S_OK) made = MakeQuery(queries.Get(), conditions, ids, query);
+            if (made != S_OK) {
+                search.outcome = SearchResult::Outcome::kQueryFailed;
+                search.result = made;
+            } else {
+                ReadFiles(catalogue, query.Get(), busyMilliseconds, search);
+            }
         }
+        Exec(catalogue->m_db, kEndRead);
     }
     ZanDB4_Finalize();
     return search;

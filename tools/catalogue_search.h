@@ -28,6 +28,8 @@ struct SearchResult {
         kStartFailed,  // the read-only start answered result
         kQueryFailed,  // the query tree could not be built: result
         kReadFailed,   // the catalogue could not be read: reason
+        kUnknownName,  // a tag or album name names no tag or album, or
+                       // several albums: reason
     };
     Outcome outcome = Outcome::kFound;
     HRESULT result = S_OK;
@@ -37,7 +39,8 @@ struct SearchResult {
 
 // Starts the library read-only on root (nothing on disk is made or
 // changed), lists the files that meet every condition and stops it again.
-// The count of matching rows is read in the same read transaction as the
+// Tag and album names are looked up through the library's managers, and
+// the count of matching rows is read, in the same read transaction as the
 // files, so a read cut short by a lock or damage is a kReadFailed, never a
 // shorter list.
 SearchResult SearchFiles(const std::string& root, const std::vector<Condition>& conditions, int busyMilliseconds);
@@ -46,5 +49,8 @@ SearchResult SearchFiles(const std::string& root, const std::vector<Condition>& 
 // literally and case-sensitively: '%', '_' and '"' are plain characters,
 // and an apostrophe is doubled inside the SQL literal.
 std::string LiteralPathPrefixCondition(const std::string& prefix);
+
+// The SQL condition that holds for the files linked to the tag.
+std::string TagCondition(uint64_t tagId);
 
 }  // namespace zandb4::tool

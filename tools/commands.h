@@ -10,5 +10,7 @@ const Command& InfoCommand();
 const Command& ListCommand();
 const Command& ThumbCommand();
 const Command& CommitCommand();
+const Command& TagsCommand();
+const Command& AlbumsCommand();
 
 }  // namespace zandb4::tool

@@ -100,10 +100,24 @@ bool ParseCondition(const std::string& text, Condition& condition, std::string& 
         error = "path takes a non-empty prefix";
     } else if (key == "album") {
         condition.kind = Condition::Kind::kAlbum;
-        if (ParseNumber(value, UINT64_MAX, condition.number)) return true;
-        error = "album takes a number";
+        if (value.empty()) {
+            error = "album takes an id or a non-empty name";
+        } else if (value.find_first_not_of("0123456789") != std::string::npos) {
+            condition.kind = Condition::Kind::kAlbumName;
+            condition.text = value;
+            return true;
+        } else if (ParseNumber(value, UINT64_MAX, condition.number)) {
+            return true;
+        } else {
+            error = "album id " + value + " is out of range (ids run up to 18446744073709551615)";
+        }
+    } else if (key == "tag") {
+        condition.kind = Condition::Kind::kTagName;
+        condition.text = value;
+        if (!value.empty()) return true;
+        error = "tag takes a non-empty name";
     } else {
-        error = "unknown key '" + key + "' (use format, date, favorite, path or album)";
+        error = "unknown key '" + key + "' (use format, date, favorite, path, album or tag)";
     }
     return false;
 }

@@ -25,8 +25,9 @@ struct ExitCodeMeaning {
 inline constexpr ExitCodeMeaning kExitCodeMeanings[] = {
     {kExitOk, "success (also an ls that finds no file)"},
     {kExitUsage,
-     "bad usage: unknown command or option, missing or bad argument, bad condition; for thumb also no such "
-     "thumbnail"},
+     "bad usage: unknown command or option, missing or bad argument, bad condition; for ls also a tag or "
+     "album name that the catalogue does not hold, or an album name that several albums share; for thumb "
+     "also no such thumbnail"},
     {kExitNoCatalogue, "ROOT missing, not a folder, or holding no catalogue (database/FileBasic.db)"},
     {kExitLibraryFailed, "the library could not start; for commit also a step of the commit failed"},
     {kExitUnreadable,

@@ -1,6 +1,8 @@
 // JSON strings and the JSON writer.
 #include "json_writer.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 
 namespace zandb4::tool {
@@ -171,6 +173,17 @@ void JsonWriter::Integer(int64_t value) {
 void JsonWriter::Unsigned(uint64_t value) {
     BeforeValue();
     m_out << value;
+}
+
+void JsonWriter::Float(float value) {
+    BeforeValue();
+    if (!std::isfinite(value)) {
+        m_out << "null";
+        return;
+    }
+    char text[32];
+    std::to_chars_result written = std::to_chars(text, text + sizeof(text), value);
+    m_out << std::string_view(text, static_cast<size_t>(written.ptr - text));
 }
 
 void JsonWriter::Bool(bool value) {

@@ -32,6 +32,9 @@ public:
     void String(std::string_view text);
     void Integer(int64_t value);
     void Unsigned(uint64_t value);
+    // The shortest decimal text that reads back as the same float; null for
+    // a value that is not finite.
+    void Float(float value);
     void Bool(bool value);
     void Null();
     // Ends the document with a newline.

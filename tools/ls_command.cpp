@@ -39,6 +39,10 @@ int RunList(const Invocation& invocation) {
                                "the search could not be built: " + DescribeResult(search.result));
         case SearchResult::Outcome::kReadFailed:
             return report.Fail(kExitUnreadable, CatalogueFile(root).string(), search.reason);
+        case SearchResult::Outcome::kUnknownName:
+            // The condition was well formed but names nothing this catalogue
+            // holds: a mistake of the command line, told against the file.
+            return report.Fail(kExitUsage, CatalogueFile(root).string(), search.reason);
         case SearchResult::Outcome::kFound:
             break;
     }
@@ -80,7 +84,13 @@ const Command& ListCommand() {
         "  favorite=yes|no              marked as favourite or not\n"
         "  path=PREFIX                  the stored file path starts with PREFIX exactly:\n"
         "                               case counts, and % _ ' \" are plain characters\n"
-        "  album=ID                     in album ID",
+        "  album=ID                     in album ID (a value of digits only is an id)\n"
+        "  album=NAME                   in the album named NAME exactly (case counts); a\n"
+        "                               name that no album has, or that several albums\n"
+        "                               share (their ids are listed), is exit 1\n"
+        "  tag=NAME                     linked to the tag named NAME exactly (case\n"
+        "                               counts); a name that no tag has is exit 1\n"
+        "'zandb4 tags ROOT' and 'zandb4 albums ROOT' list the names.",
         RunList,
     };
     return command;

@@ -53,6 +53,15 @@ if(NOT out STREQUAL init_out)
   message(FATAL_ERROR "info differs from init:\n${out}\n---\n${init_out}")
 endif()
 
+# tags and albums on the new catalogue list nothing, say so, and succeed
+run(0 tags ${WORK}/root)
+expect("no tags" "${err}" "tags on an empty catalogue")
+run(0 albums ${WORK}/root --json)
+expect("[]" "${out}" "albums --json on an empty catalogue")
+expect("no albums" "${err}" "albums on an empty catalogue")
+run(1 ls ${WORK}/root --where tag=none)
+expect("no tag is named 'none'" "${err}" "ls with an unknown tag")
+
 # ls on the new, empty catalogue lists nothing, says so, and succeeds
 run(0 ls ${WORK}/root)
 if(NOT out STREQUAL "")

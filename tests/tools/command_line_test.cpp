@@ -54,12 +54,14 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_TRUE(Contains(run.out, "  ls      list the files of the catalogue")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  thumb   write one stored thumbnail's bytes")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  commit  move the files waiting in staging")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  tags    list the tags of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  albums  list the albums of the catalogue")) << run.out;
         for (const char* code :
              {"  0  success", "  1  bad usage", "  2  ROOT missing", "  3  the library could not start",
               "  4  the catalogue cannot be read", "  5  the output cannot be written"})
             EXPECT_TRUE(Contains(run.out, code)) << code << "\n" << run.out;
     }
-    EXPECT_EQ(ListedCommands(), (std::vector<std::string>{"init", "info", "ls", "thumb", "commit"}));
+    EXPECT_EQ(ListedCommands(), (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
@@ -116,6 +118,11 @@ TEST(ToolCommandLine, UsageErrorsSayWhatWasWrong) {
         {{"info"}, "zandb4 info: missing ROOT\n", "Try 'zandb4 info --help'"},
         {{"ls"}, "zandb4 ls: missing ROOT\n", "Try 'zandb4 ls --help'"},
         {{"ls", "--json"}, "zandb4 ls: missing ROOT\n", "Try 'zandb4 ls --help'"},
+        {{"tags"}, "zandb4 tags: missing ROOT\n", "Try 'zandb4 tags --help'"},
+        {{"albums", "--json"}, "zandb4 albums: missing ROOT\n", "Try 'zandb4 albums --help'"},
+        {{"tags", "a", "b"}, "zandb4 tags: unexpected argument 'b'\n", "Try 'zandb4 tags --help'"},
+        {{"albums", "r", "--where", "album=1"}, "zandb4 albums: unknown option '--where'\n",
+         "Try 'zandb4 albums --help'"},
         {{"info", "a", "b"}, "zandb4 info: unexpected argument 'b'\n", "Try 'zandb4 info --help'"},
         {{"init", "r", "--sort"}, "zandb4 init: unknown option '--sort'\n", "Try 'zandb4 init --help'"},
         {{"info", "r", "-x"}, "zandb4 info: unknown option '-x'\n", "Try 'zandb4 info --help'"},

@@ -102,7 +102,8 @@ TEST_F(LsCommand, BadConditionsAreUsageErrors) {
           Case{"", "expected KEY=VALUE"}, Case{"format=-1", "format takes a number"},
           Case{"format=4294967296", "format takes a number"}, Case{"date=2024-3-7", "date takes YYYY-MM-DD"},
           Case{"date=2024-03-07..", "date takes YYYY-MM-DD"}, Case{"favorite=maybe", "favorite takes yes or no"},
-          Case{"path=", "non-empty prefix"}, Case{"album=x", "album takes a number"}}) {
+          Case{"path=", "non-empty prefix"}, Case{"album=", "album takes an id or a non-empty name"},
+          Case{"tag=", "tag takes a non-empty name"}}) {
         ToolRun run = Ls({bad.condition});
         EXPECT_EQ(run.exitCode, 1) << bad.condition;
         EXPECT_EQ(run.out, "") << bad.condition;

@@ -1,5 +1,5 @@
-// The commands that only read (info and ls, in every form, failures
-// included) leave a catalogue root byte for byte as it was: no new file or
+// The commands that only read (info, ls, tags and albums, in every form,
+// failures included) leave a catalogue root byte for byte as it was: no new file or
 // folder, the same bytes, the same modification times.
 #include <gtest/gtest.h>
 
@@ -66,6 +66,39 @@ TEST_F(ReadOnlyCommands, LeaveTheRootUnchanged) {
     // The runs did run: a listing was printed from this root.
     EXPECT_EQ(RunZandb4({"ls", m_root.Utf8(), "--where", "format=5"}).out,
               "2\t2024-03-08 10:00:00\t5\t0\t0\t/photos/b\tB.JPG\n");
+}
+
+TEST(ReadOnlyLabelCommands, TagsAlbumsAndNameConditionsLeaveTheRootUnchanged) {
+    TempFolder root;
+    zandb4::testing::LabelIds ids = zandb4::testing::MakeLabelledCatalogue(
+        root.Path(), {{"Holiday", 1}, {"it's", 2}}, {{"Summer", 35.5f, 139.25f, "Tokyo"}, {"Twin", 0, 0, ""}, {"Twin", 0, 0, ""}},
+        {{{1, "/photos/a", "A.JPG", 3, PackedDate(2024, 3, 7, 10), false, 0}, 1, {0, 1}, true},
+         {{2, "/photos/b", "B.JPG", 3, PackedDate(2024, 3, 8, 10), false, 0}, 2, {1}, true}});
+    ASSERT_EQ(ids.albums.size(), 3u);
+    AgeTree(root.Path());
+    TreeSnapshot before = SnapshotTree(root.Path());
+    const std::vector<std::vector<std::string>> runs = {
+        {"tags", root.Utf8()},
+        {"tags", root.Utf8(), "--json"},
+        {"albums", root.Utf8()},
+        {"albums", root.Utf8(), "--json"},
+        {"ls", root.Utf8(), "--where", "tag=it's", "--where", "album=Summer"},
+        {"ls", root.Utf8(), "--where", "tag=Nope"},
+        {"ls", root.Utf8(), "--where", "album=Twin"},
+        {"ls", root.Utf8(), "--where", "album=Nope", "--json"},
+        {"tags", root.Utf8(), "--help"},
+        {"albums", root.Utf8(), "--bogus"},
+    };
+    for (const std::vector<std::string>& arguments : runs) {
+        ToolRun run = RunZandb4(arguments);
+        EXPECT_NE(run.exitCode, -1);
+        EXPECT_EQ(TreeDifference(before, SnapshotTree(root.Path())), "") << arguments[0] << " " << arguments.back();
+    }
+    // The runs did run: the names were read from this root.
+    EXPECT_EQ(RunZandb4({"tags", root.Utf8()}).out,
+              std::to_string(ids.tags[0]) + "\tHoliday\t1\t1\n" + std::to_string(ids.tags[1]) + "\tit's\t2\t2\n");
+    EXPECT_EQ(RunZandb4({"ls", root.Utf8(), "--where", "tag=it's", "--where", "album=Summer"}).out,
+              "1\t2024-03-07 10:00:00\t3\t0\t" + std::to_string(ids.albums[0]) + "\t/photos/a\tA.JPG\n");
 }
 
 TEST_F(ReadOnlyCommands, ACatalogueWithoutItsInformationFolderGetsNone) {

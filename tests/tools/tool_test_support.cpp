@@ -15,6 +15,8 @@
 #include <sstream>
 
 #include "catalogue/file_basic_db.h"
+#include "frame/com_ptr.h"
+#include "frame/critical_section.h"
 #include "library/database_registry.h"
 #include "shards/meta_data_db_factory.h"
 #include "shards/thumb_db_mgr.h"
@@ -89,6 +91,90 @@ void MakeCatalogue(const fs::path& root, const std::vector<CatalogueFileRow>& ro
         EXPECT_EQ(FileTableRows(*store).InsertFileRow(row), S_OK) << file.path;
     }
     EXPECT_EQ(ZanDB4_Finalize(), S_OK);
+}
+
+namespace {
+
+template <class Interface>
+ComPtr<Interface> MakeInstance(const IID& iid) {
+    ComPtr<Interface> made;
+    EXPECT_EQ(ZanDB4_CreateInstance(&iid, reinterpret_cast<void**>(made.Receive())), S_OK);
+    return made;
+}
+
+void AddTags(const std::vector<CatalogueTag>& tags, LabelIds& ids) {
+    ComPtr<IZanDB4TagDBMgr> manager = MakeInstance<IZanDB4TagDBMgr>(IID_IZanDB4TagDBMgr);
+    ASSERT_TRUE(manager);
+    for (const CatalogueTag& tag : tags) {
+        ComPtr<IZanDB4TagDBRecord> record = MakeInstance<IZanDB4TagDBRecord>(IID_IZanDB4TagDBRecord);
+        ASSERT_TRUE(record);
+        record->SetName(CZanTString::FromUtf8(tag.name.c_str()));
+        record->SetType(tag.type);
+        uint64_t id = 0;
+        EXPECT_EQ(manager->AddTag(record.Get(), &id), S_OK) << tag.name;
+        ids.tags.push_back(id);
+    }
+}
+
+void AddAlbums(const std::vector<CatalogueAlbum>& albums, LabelIds& ids) {
+    ComPtr<IZanDB4AlbumDBMgr> manager = MakeInstance<IZanDB4AlbumDBMgr>(IID_IZanDB4AlbumDBMgr);
+    ASSERT_TRUE(manager);
+    for (const CatalogueAlbum& album : albums) {
+        ComPtr<IZanDB4AlbumDBRecord> record = MakeInstance<IZanDB4AlbumDBRecord>(IID_IZanDB4AlbumDBRecord);
+        ASSERT_TRUE(record);
+        record->SetName(CZanTString::FromUtf8(album.name.c_str()));
+        EXPECT_EQ(record->SetGPS(&album.latitude, &album.longitude), S_OK) << album.name;
+        record->SetAreaInfo(CZanTString::FromUtf8(album.areaInfo.c_str()));
+        uint64_t id = 0;
+        EXPECT_EQ(manager->AddAlbum(record.Get(), &id), S_OK) << album.name;
+        ids.albums.push_back(id);
+    }
+}
+
+void AddFile(CSQLiteFileBasicDB* store, const LabelledFile& file, const LabelIds& ids) {
+    ComPtr<IZanDB4FileDBRecord> record = MakeInstance<IZanDB4FileDBRecord>(IID_IZanDB4FileDBRecord);
+    ASSERT_TRUE(record);
+    const CatalogueFileRow& row = file.row;
+    CZanTString path = CZanTString::FromUtf8(row.path.c_str()), name = CZanTString::FromUtf8(row.name.c_str());
+    uint32_t diskVsn = 0x2A, manage = file.managed ? 1 : 0, format = row.format;
+    uint8_t favorite = row.favorite ? 1 : 0;
+    uint64_t album = file.album == 0 ? 0 : ids.albums.at(file.album - 1);
+    int64_t date = row.shootingDate;
+    record->SetFileID(row.id);
+    record->SetFilePath(path.GetString(), &diskVsn);
+    record->SetFileName(name.GetString());
+    record->SetManage(&manage);
+    record->SetFileFormat(&format);
+    record->SetShootingDateValue(&date);
+    record->SetIsFavorite(&favorite);
+    record->SetAlbumID(&album);
+    for (size_t tag : file.tags) record->AddTag(&ids.tags.at(tag));
+    CriticalSectionGuard guard(store->m_lock);
+    EXPECT_EQ(FileTableRows(*store).InsertFileRecord(record.Get()), S_OK) << row.path;
+}
+
+}  // namespace
+
+LabelIds MakeLabelledCatalogue(const fs::path& root, const std::vector<CatalogueTag>& tags,
+                               const std::vector<CatalogueAlbum>& albums, const std::vector<LabelledFile>& files) {
+    LabelIds ids;
+    CZanTString wideRoot = CZanTString::FromUtf8(root.c_str());
+    EXPECT_EQ(ZanDB4_Initialize(wideRoot.GetString()), S_OK);
+    CSQLiteFileBasicDB* store = DatabaseRegistry::fileBasicDB;
+    if (store != nullptr) {
+        AddTags(tags, ids);
+        AddAlbums(albums, ids);
+        if (ids.tags.size() == tags.size() && ids.albums.size() == albums.size())
+            for (const LabelledFile& file : files) AddFile(store, file, ids);
+        ComPtr<IZanDB4AlbumDBMgr> manager = MakeInstance<IZanDB4AlbumDBMgr>(IID_IZanDB4AlbumDBMgr);
+        if (manager) {
+            EXPECT_EQ(manager->Commit(), S_OK);
+        }
+    } else {
+        ADD_FAILURE() << "the library holds no catalogue store";
+    }
+    EXPECT_EQ(ZanDB4_Finalize(), S_OK);
+    return ids;
 }
 
 int64_t PackedDate(uint16_t year, uint16_t month, uint16_t day, uint16_t hour) {

@@ -41,6 +41,37 @@ void MakeCatalogue(const std::filesystem::path& root, const std::vector<Catalogu
 
 int64_t PackedDate(uint16_t year, uint16_t month, uint16_t day, uint16_t hour);
 
+// A tag, an album and a file in them, as the tests write them through the
+// library's tag and album managers and file records.
+struct CatalogueTag {
+    std::string name;
+    uint32_t type = 0;
+};
+struct CatalogueAlbum {
+    std::string name;
+    float latitude = 0;
+    float longitude = 0;
+    std::string areaInfo;
+};
+struct LabelledFile {
+    CatalogueFileRow row;  // row.album is not used: see album
+    size_t album = 0;      // 1 for the first album given, ...; 0 for none
+    std::vector<size_t> tags;  // indexes into the tags given
+    bool managed = true;
+};
+// The ids the library gave, in the order the tags and albums were given.
+struct LabelIds {
+    std::vector<uint64_t> tags;
+    std::vector<uint64_t> albums;
+};
+
+// Starts the library on root (which makes the catalogue), adds the tags
+// and albums through their managers and the files as file records with
+// their album and tags, commits (which counts the albums' files and dates)
+// and stops the library again.
+LabelIds MakeLabelledCatalogue(const std::filesystem::path& root, const std::vector<CatalogueTag>& tags,
+                               const std::vector<CatalogueAlbum>& albums, const std::vector<LabelledFile>& files);
+
 // Makes an SQLite file at path with SQLite alone (not the library) and runs
 // the statements in it: shard files as another program, an older build or
 // damage might have left them.
