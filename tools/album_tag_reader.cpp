@@ -3,6 +3,8 @@
 // (for the catalogue's connection, on which the rows are counted).
 #include "album_tag_reader.h"
 
+#include "albums/album_table.h"
+#include "albums/tag_tables.h"
 #include "catalogue/file_basic_db.h"
 #include "frame/com_ptr.h"
 #include "frame/critical_section.h"
@@ -15,9 +17,6 @@
 namespace zandb4::tool {
 namespace {
 
-constexpr WCHAR kCountTags[] = u"SELECT COUNT(*) FROM tag_table";
-constexpr WCHAR kCountAlbums[] = u"SELECT COUNT(*) FROM album_table";
-constexpr WCHAR kCountTagLinks[] = u"SELECT COUNT(*) FROM tag_file_table WHERE tag_id=?";
 constexpr WCHAR kBeginRead[] = u"BEGIN";
 constexpr WCHAR kEndRead[] = u"COMMIT";
 
@@ -107,7 +106,7 @@ int ReadTagsOfStartedLibrary(bool countFiles, std::vector<TagRow>& tags, std::st
     }
     CriticalSectionGuard guard(catalogue->m_lock);
     int64_t expected = 0;
-    int code = CountRows(catalogue->m_db, kCountTags, nullptr, expected);
+    int code = CountRows(catalogue->m_db, tag_tables::kCountTags, nullptr, expected);
     if (code != SQLITE_OK) {
         reason = ReasonOfCode(code, busyMilliseconds);
         return code;
@@ -134,7 +133,7 @@ int ReadTagsOfStartedLibrary(bool countFiles, std::vector<TagRow>& tags, std::st
     }
     code = CompareWithCount(tags.size(), expected, "tags are", reason);
     for (size_t index = 0; code == SQLITE_OK && countFiles && index < tags.size(); ++index) {
-        code = CountRows(catalogue->m_db, kCountTagLinks, &tags[index].id, tags[index].files);
+        code = CountRows(catalogue->m_db, tag_tables::kCountLinksOfTag, &tags[index].id, tags[index].files);
         if (code != SQLITE_OK) reason = ReasonOfCode(code, busyMilliseconds);
     }
     return code;
@@ -148,7 +147,7 @@ int ReadAlbumsOfStartedLibrary(std::vector<AlbumRow>& albums, std::string& reaso
     }
     CriticalSectionGuard guard(catalogue->m_lock);
     int64_t expected = 0;
-    int code = CountRows(catalogue->m_db, kCountAlbums, nullptr, expected);
+    int code = CountRows(catalogue->m_db, album_table::kCount, nullptr, expected);
     if (code != SQLITE_OK) {
         reason = ReasonOfCode(code, busyMilliseconds);
         return code;
