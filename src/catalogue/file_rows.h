@@ -10,6 +10,7 @@
 #pragma once
 
 #include "catalogue/file_basic_db.h"
+#include "zandb4/catalogue.h"
 #include "zandb4/faces.h"
 #include "zandb4/records.h"
 
@@ -64,6 +65,15 @@ public:
     // E_FAIL when it ends empty.
     HRESULT ListFiles(IZanDB4QueryNode* query, uint32_t sortFlag, CZanTList<IZanDB4FileDBRecord*>& records,
                       uint32_t mode);
+    // The number of selected rows into *outCount, cleared first. A query
+    // whose text is empty answers E_FAIL without running anything.
+    HRESULT CountFiles(IZanDB4QueryNode* query, uint32_t* outCount);
+    // S_OK when a row is selected, else E_FAIL (also for a query whose text
+    // is empty).
+    HRESULT HasFiles(IZanDB4QueryNode* query);
+    // Calls callback(context) once per row until it answers 0; a null
+    // callback walks every row. E_FAIL when the walk could not run.
+    HRESULT ForEachFile(ZanDB4FileWalkCallback callback, void* context);
     // file_format, or manage, of each selected row, appended.
     HRESULT ListFileFormats(IZanDB4QueryNode* query, CZanTList<uint32_t>& formats);
     HRESULT ListManageFlags(IZanDB4QueryNode* query, CZanTList<uint32_t>& flags);

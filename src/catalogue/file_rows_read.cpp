@@ -22,6 +22,9 @@ using zandb4::Statement;
 namespace {
 
 constexpr WCHAR kSelectFormats[] = u"SELECT file_format FROM file_table";
+constexpr WCHAR kCountAllFiles[] = u"SELECT COUNT(file_id) FROM file_table";
+constexpr WCHAR kSelectAllFiles[] = u"SELECT * FROM file_table";
+constexpr WCHAR kSelectEveryShootingDate[] = u"SELECT shooting_date FROM file_table";
 constexpr WCHAR kSelectManageFlags[] = u"SELECT manage FROM file_table";
 constexpr WCHAR kSelectLatestDate[] = u"SELECT MAX(shooting_date) FROM file_table";
 constexpr WCHAR kSelectOldestDate[] = u"SELECT MIN(shooting_date) FROM file_table";
@@ -390,4 +393,45 @@ HRESULT FileTableRows::CountFilesOfTag(uint64_t tagId, uint32_t* outCount) {
     if (outCount == nullptr) return E_INVALIDARG;
     *outCount = TagRows(m_store).CountLinksOfTag(tagId);
     return S_OK;
+}
+
+HRESULT FileTableRows::CountFiles(IZanDB4QueryNode* query, uint32_t* outCount) {
+    if (outCount == nullptr) return E_INVALIDARG;
+    *outCount = 0;
+    // manage plays no part: groups and unmanaged files count unless the
+    // condition says otherwise.
+    CZanTString sql = kCountAllFiles;
+    if (query != nullptr) {
+        CZanTString condition = ConditionOf(query);
+        if (condition.IsEmpty()) return E_FAIL;
+        sql += u" WHERE ";
+        sql += condition;
+    }
+    Statement count(m_store.m_db, sql.GetString());
+    if (!count.IsPrepared()) return E_FAIL;
+    if (count.Step() == SQLITE_ROW) *outCount = static_cast<uint32_t>(count.ColumnInt64(0));
+    return zandb4::ResultOf(count.Finalize());
+}
+
+HRESULT FileTableRows::HasFiles(IZanDB4QueryNode* query) {
+    CZanTString sql = kSelectAllFiles;
+    if (query != nullptr) {
+        CZanTString condition = ConditionOf(query);
+        if (condition.IsEmpty()) return E_FAIL;
+        sql += u" WHERE ";
+        sql += condition;
+    }
+    sql += u" LIMIT 1";
+    Statement select(m_store.m_db, sql.GetString());
+    if (!select.IsPrepared()) return E_FAIL;
+    return select.Step() == SQLITE_ROW ? S_OK : E_FAIL;
+}
+
+HRESULT FileTableRows::ForEachFile(ZanDB4FileWalkCallback callback, void* context) {
+    // The row is not handed over: the callback can only count or stop.
+    Statement walk(m_store.m_db, kSelectEveryShootingDate);
+    if (!walk.IsPrepared()) return E_FAIL;
+    while (walk.Step() == SQLITE_ROW)
+        if (callback != nullptr && callback(context) == 0) break;
+    return zandb4::ResultOf(walk.Finalize());
 }

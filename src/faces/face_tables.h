@@ -41,6 +41,13 @@ inline constexpr WCHAR kCountPersonFiles[] =
 inline constexpr WCHAR kCountPetFiles[] =
     u"SELECT COUNT( DISTINCT pet_face_table.file_id ) FROM pet_face_table WHERE pet_face_table.person_id=?";
 
+// Faces given to someone. The pet twin names the person's column too, and
+// never prepares either.
+inline constexpr WCHAR kCountAssignedPersonFaces[] =
+    u"SELECT COUNT(person_id) FROM person_face_table WHERE person_face_table.person_id!=0";
+inline constexpr WCHAR kCountAssignedPetFaces[] =
+    u"SELECT COUNT(person_id) FROM pet_face_table WHERE pet_face_table.person_id!=0";
+
 // The statement of the twin for an individual type: type 1 the person's,
 // any other the pet's.
 inline const WCHAR* ForType(uint32_t type, const WCHAR* person, const WCHAR* pet) { return type == 1 ? person : pet; }

@@ -15,6 +15,7 @@
 #include "albums/tag_db_mgr.h"
 #include "albums/tag_db_record.h"
 #include "catalogue/file_basic_db.h"
+#include "catalogue/file_db_mgr.h"
 #include "faces/face_db_record.h"
 #include "library/database_registry.h"
 #include "records/file_db_record.h"
@@ -39,7 +40,11 @@ struct FactoryRow {
 
 // In the order the factory compares them.
 const FactoryRow kFactoryRows[] = {
-    {&IID_IZanDB4FileDBMgr, nullptr},
+    {&IID_IZanDB4FileDBMgr,
+     [] () -> IUnknown* {
+         return new CZanDB4FileDBMgr(DatabaseRegistry::fileBasicDB, DatabaseRegistry::asyncDB,
+                                     DatabaseRegistry::metaFactory, DatabaseRegistry::thumbMgr);
+     }},
     {&IID_IZanDB4FileDBRecord, [] () -> IUnknown* { return new CZanDB4FileDBRecord(DatabaseRegistry::fileBasicDB); }},
     {&IID_IZanDB4QueryMgr, [] () -> IUnknown* { return new CZanDB4DBQueryMgr(); }},
     {&IID_IZanDB4AlbumDBRecord, [] () -> IUnknown* { return new CZanDB4AlbumDBRecord(DatabaseRegistry::fileBasicDB); }},
