@@ -78,7 +78,9 @@ TEST_F(FileMgrAdd, DuplicateStagedPathMovedWithFlagOneAnswersSOkAndIsGone) {
 }
 
 TEST_F(FileMgrAdd, AddFileDirectWritesTheCatalogueAtOnce) {
-    FileSpec spec = Spec("/photos/b\\", "\\b.jpg");
+    // The path separator of this platform is '/': a trailing one goes from
+    // the path, a leading one from the name.
+    FileSpec spec = Spec("/photos/b/", "/b.jpg");
     spec.diskVsn = 0x1A2B;
     spec.shot = Date(2020, 3, 4, 5, 6, 7);
     spec.format = 7;

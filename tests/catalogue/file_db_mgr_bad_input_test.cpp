@@ -24,13 +24,13 @@ TEST_F(FileMgrBadInput, NullArgumentsAreRefusedBeforeAnythingChanges) {
     EXPECT_EQ(m_mgr->AddItemGroup(nullptr, nullptr, group.Get()), kInvalidArg);
     EXPECT_EQ(m_mgr->AddItemGroupDirect(nullptr, nullptr, group.Get()), kInvalidArg);
     EXPECT_EQ(m_mgr->FindFileByPath(nullptr, nullptr, 1, u"/x"), kInvalidArg);
-    EXPECT_EQ(m_mgr->ListFiles(nullptr, TRUE, nullptr, 0), kInvalidArg);
+    EXPECT_EQ(m_mgr->ListFiles(nullptr, kTrue, nullptr, 0), kInvalidArg);
     EXPECT_EQ(m_mgr->CountFiles(nullptr, nullptr), kInvalidArg);
     EXPECT_EQ(m_mgr->ListFilesInAlbum(1, nullptr, 0, 0), kInvalidArg);
     EXPECT_EQ(m_mgr->ListFilesOfTag(1, nullptr, 0), kInvalidArg);
     EXPECT_EQ(m_mgr->CountFilesOfTag(1, nullptr), kInvalidArg);
     SYSTEMTIME day = Date(2020, 1, 1);
-    EXPECT_EQ(m_mgr->ListFilesByDate(&day, &day, nullptr, FALSE, 0), kInvalidArg);
+    EXPECT_EQ(m_mgr->ListFilesByDate(&day, &day, nullptr, kFalse, 0), kInvalidArg);
     EXPECT_EQ(m_mgr->ListFilesByImport(&day, nullptr, nullptr, 0), kInvalidArg);
     EXPECT_EQ(m_mgr->ListMetaRecords(nullptr), kInvalidArg);
     EXPECT_EQ(m_mgr->ListModelMetaRecords(nullptr), kInvalidArg);
@@ -142,7 +142,7 @@ TEST(FileMgrNotStarted, AManagerOfAFailedStartAnswersEFailAndLosesNothing) {
         EXPECT_EQ(mgr->UpdateFile(id, record.Get()), kFail);
         EXPECT_EQ(mgr->DeleteFile(id), kFail);
         CList<IZanDB4FileDBRecord*> list;
-        EXPECT_EQ(mgr->ListFiles(nullptr, TRUE, &list, 0), kFail);
+        EXPECT_EQ(mgr->ListFiles(nullptr, kTrue, &list, 0), kFail);
         uint32_t count = 0;
         EXPECT_EQ(mgr->CountFiles(nullptr, &count), kFail);
         EXPECT_EQ(mgr->HasFiles(nullptr), kFail);

@@ -31,13 +31,15 @@ TEST_F(FileMgrFind, FindsByPathWithoutRegardToCaseOnTheSameVolume) {
 }
 
 TEST_F(FileMgrFind, TrailingSeparatorsInTheSearchFindNothing) {
-    FileSpec spec = Spec("/Photos/Trip\\", "trip.jpg");
-    uint64_t id = AddDirect(spec);
+    // Stored with a trailing separator ('/' on this platform), which the
+    // store removes; the search keeps whatever it is given.
+    uint64_t id = AddDirect(Spec("/Photos/Trip/", "trip.jpg"));
     ASSERT_NE(id, 0u);
     uint64_t found = 0;
-    EXPECT_EQ(m_mgr->FindFileByPath(&found, nullptr, 1, u"/Photos/Trip\\"), kFail);
     EXPECT_EQ(m_mgr->FindFileByPath(&found, nullptr, 1, u"/Photos/Trip/"), kFail);
-    EXPECT_EQ(m_mgr->FindFileByPath(&found, nullptr, 1, u"/Photos/Trip"), S_OK);
+    EXPECT_EQ(found, 0u);
+    EXPECT_EQ(m_mgr->FindFileByPath(&found, nullptr, 1, u"/Photos/Trip\\"), kFail);
+    EXPECT_EQ(m_mgr->FindFileByPath(&found, nullptr, 1, u"/photos/trip"), S_OK);
     EXPECT_EQ(found, id);
 }
 

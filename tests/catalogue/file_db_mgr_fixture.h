@@ -27,6 +27,8 @@ using Rows = std::vector<std::vector<std::string>>;
 using Ids = std::vector<uint64_t>;
 using FilePtr = ComPtr<IZanDB4FileDBRecord>;
 
+inline constexpr BOOL kTrue = 1;
+inline constexpr BOOL kFalse = 0;
 inline constexpr HRESULT kInvalidArg = static_cast<HRESULT>(0x80070057);
 inline constexpr HRESULT kFail = static_cast<HRESULT>(0x80004005);
 inline constexpr HRESULT kNotImpl = static_cast<HRESULT>(0x80004001);
@@ -111,12 +113,16 @@ protected:
         EXPECT_EQ(record->SetFileFormat(&spec.format), S_OK);
         int64_t packed = spec.shot.wYear == 0 ? 0 : Packed(spec.shot);
         EXPECT_EQ(record->SetShootingDateValue(&packed), S_OK);
-        if (spec.albumId != 0) EXPECT_EQ(record->SetAlbumID(&spec.albumId), S_OK);
+        if (spec.albumId != 0) {
+            EXPECT_EQ(record->SetAlbumID(&spec.albumId), S_OK);
+        }
         for (uint64_t tag : spec.tags) EXPECT_EQ(record->AddTag(&tag), S_OK);
         if (spec.withMeta) {
             auto meta = Make<IZanDB4FileMetaDBRecord>(IID_IZanDB4FileMetaDBRecord);
             EXPECT_EQ(meta->SetFileSize(spec.fileSize), S_OK);
-            if (spec.importDate.wYear != 0) EXPECT_EQ(meta->SetImportDate(&spec.importDate, spec.importClass), S_OK);
+            if (spec.importDate.wYear != 0) {
+                EXPECT_EQ(meta->SetImportDate(&spec.importDate, spec.importClass), S_OK);
+            }
             if (!spec.model.empty()) {
                 CZanTString model = W(spec.model);
                 EXPECT_EQ(meta->SetModelInfo(model.GetString(), 1, 2, 3, 4, 5), S_OK);

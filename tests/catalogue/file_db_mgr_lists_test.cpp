@@ -59,18 +59,18 @@ protected:
 
 TEST_F(FileMgrLists, ListFilesWithAndWithoutAQuery) {
     CList<IZanDB4FileDBRecord*> list;
-    EXPECT_EQ(m_mgr->ListFiles(nullptr, TRUE, &list, 0), S_OK);
+    EXPECT_EQ(m_mgr->ListFiles(nullptr, kTrue, &list, 0), S_OK);
     EXPECT_EQ(IdsOf(list), (Ids{m_c, m_a, m_b}));
-    EXPECT_EQ(m_mgr->ListFiles(FormatNode(1).Get(), TRUE, &list, 2), S_OK);
+    EXPECT_EQ(m_mgr->ListFiles(FormatNode(1).Get(), kTrue, &list, 2), S_OK);
     EXPECT_EQ(IdsOf(list), (Ids{m_c, m_a}));
-    EXPECT_EQ(m_mgr->ListFiles(FormatNode(5).Get(), TRUE, &list, 0), kFail);
+    EXPECT_EQ(m_mgr->ListFiles(FormatNode(5).Get(), kTrue, &list, 0), kFail);
     EXPECT_TRUE(list.IsEmpty());
     // Unsorted: every file, in whatever order.
-    EXPECT_EQ(m_mgr->ListFiles(nullptr, FALSE, &list, 1), S_OK);
+    EXPECT_EQ(m_mgr->ListFiles(nullptr, kFalse, &list, 1), S_OK);
     Ids unsorted = IdsOf(list);
     std::sort(unsorted.begin(), unsorted.end());
     EXPECT_EQ(unsorted, (Ids{m_a, m_b, m_c}));
-    EXPECT_EQ(m_mgr->ListFiles(nullptr, TRUE, nullptr, 0), kInvalidArg);
+    EXPECT_EQ(m_mgr->ListFiles(nullptr, kTrue, nullptr, 0), kInvalidArg);
 }
 
 TEST_F(FileMgrLists, ListFilesOnAnEmptyCatalogueFails) {
@@ -78,7 +78,7 @@ TEST_F(FileMgrLists, ListFilesOnAnEmptyCatalogueFails) {
     ASSERT_EQ(m_mgr->DeleteFile(m_b), S_OK);
     ASSERT_EQ(m_mgr->DeleteFile(m_c), S_OK);
     CList<IZanDB4FileDBRecord*> list;
-    EXPECT_EQ(m_mgr->ListFiles(nullptr, TRUE, &list, 0), kFail);
+    EXPECT_EQ(m_mgr->ListFiles(nullptr, kTrue, &list, 0), kFail);
     EXPECT_TRUE(list.IsEmpty());
     EXPECT_EQ(m_mgr->HasFiles(nullptr), kFail);
     uint32_t count = 9;
@@ -168,14 +168,14 @@ TEST_F(FileMgrLists, ShootingDatesOfOrdinaryFiles) {
 TEST_F(FileMgrLists, FilesByDate) {
     SYSTEMTIME first = Date(2000, 1, 1), last = Date(2030, 1, 1);
     CList<IZanDB4FileDBRecord*> list;
-    EXPECT_EQ(m_mgr->ListFilesByDate(&first, &last, &list, FALSE, 0), S_OK);
+    EXPECT_EQ(m_mgr->ListFilesByDate(&first, &last, &list, kFalse, 0), S_OK);
     EXPECT_EQ(IdsOf(list), (Ids{m_a, m_b}));
     SYSTEMTIME narrowFirst = Date(2021, 1, 1);
-    EXPECT_EQ(m_mgr->ListFilesByDate(&narrowFirst, &last, &list, FALSE, 0), S_OK);
+    EXPECT_EQ(m_mgr->ListFilesByDate(&narrowFirst, &last, &list, kFalse, 0), S_OK);
     EXPECT_EQ(IdsOf(list), (Ids{m_b}));
     SYSTEMTIME emptyFirst = Date(2025, 1, 1);
-    EXPECT_EQ(m_mgr->ListFilesByDate(&emptyFirst, &last, &list, FALSE, 0), kFail);
-    EXPECT_EQ(m_mgr->ListFilesByDate(&first, &last, nullptr, FALSE, 0), kInvalidArg);
+    EXPECT_EQ(m_mgr->ListFilesByDate(&emptyFirst, &last, &list, kFalse, 0), kFail);
+    EXPECT_EQ(m_mgr->ListFilesByDate(&first, &last, nullptr, kFalse, 0), kInvalidArg);
 }
 
 TEST_F(FileMgrLists, FilesByDateOfTheirParent) {
@@ -189,7 +189,7 @@ TEST_F(FileMgrLists, FilesByDateOfTheirParent) {
     ASSERT_EQ(m_mgr->AddItemGroupDirect(&children, &groupId, group.Get()), S_OK);
     SYSTEMTIME first = Date(2015, 1, 1), last = Date(2015, 12, 31);
     CList<IZanDB4FileDBRecord*> list;
-    EXPECT_EQ(m_mgr->ListFilesByDate(&first, &last, &list, TRUE, 0), S_OK);
+    EXPECT_EQ(m_mgr->ListFilesByDate(&first, &last, &list, kTrue, 0), S_OK);
     // The group's own parent date is its shooting date, and manage 2 counts.
     Ids ids = IdsOf(list);
     std::sort(ids.begin(), ids.end());
@@ -279,7 +279,7 @@ struct FileWalk {
 BOOL CountFileRows(void* context) {
     auto* walk = static_cast<FileWalk*>(context);
     ++walk->calls;
-    return walk->calls < walk->stopAfter ? TRUE : FALSE;
+    return walk->calls < walk->stopAfter ? kTrue : kFalse;
 }
 
 TEST_F(FileMgrLists, ForEachFileCallsBackOncePerRowUntilToldToStop) {
