@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <future>
 #include <thread>
 
 #include "file_db_mgr_fixture.h"
@@ -174,11 +175,25 @@ TEST_F(FileMgrLock, OperationsOfOtherThreadsWaitForUnlock) {
     ExpectWaitsForUnlock("Commit", [&](IZanDB4FileDBMgr* mgr) { EXPECT_EQ(mgr->Commit(1), S_OK); });
 }
 
-TEST_F(FileMgrLock, CountFilesOfTagWaitsForUnlock) {
-    ExpectWaitsForUnlock("CountFilesOfTag", [&](IZanDB4FileDBMgr* mgr) {
-        uint32_t count = 9;
-        EXPECT_EQ(mgr->CountFilesOfTag(1, &count), S_OK);
+TEST_F(FileMgrLock, CountFilesOfTagGoesThroughWhileAnotherThreadHoldsTheLock) {
+    // The tag link count is the one operation taken outside the catalogue's
+    // lock: it runs while this thread holds the lock. Were it to wait, the
+    // other thread could not finish before Unlock.
+    ASSERT_EQ(m_mgr->Lock(), S_OK);
+    std::promise<HRESULT> answered;
+    std::future<HRESULT> answer = answered.get_future();
+    uint32_t count = 9;
+    std::thread worker([&] {
+        auto other = NewManager();
+        answered.set_value(other ? other->CountFilesOfTag(1, &count) : E_FAIL);
     });
+    // A generous bound: only a count that waits for the lock can reach it.
+    bool finished = answer.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+    EXPECT_EQ(m_mgr->Unlock(), S_OK);
+    worker.join();
+    ASSERT_TRUE(finished) << "CountFilesOfTag waited for the catalogue's lock";
+    EXPECT_EQ(answer.get(), S_OK);
+    EXPECT_EQ(count, 0u);
 }
 
 TEST_F(FileMgrLock, TheHoldingThreadGoesThroughAndMayLockAgain) {
