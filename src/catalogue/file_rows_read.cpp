@@ -123,8 +123,7 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
     HRESULT result = S_OK;
     auto read = [&](CZanDB4FileDBRecord& record) {
         if (record.KnowsAnyOf(mask)) return;
-        FileRowValues values = readRow(*row);
-        record.ReadFields(mask, &values, rowFields);
+        record.ReadFields(mask, readRow(*row), rowFields);
     };
     auto findOrMake = [&](FileRecordCache* cache) {
         IZanDB4FileDBRecord* live = nullptr;

@@ -68,6 +68,9 @@ public:
     // holds the fields of rowFields (a short row lacks some). A field set in
     // memory is never overwritten by the row.
     HRESULT ReadFields(uint32_t mask, const FileRowValues* row, uint32_t rowFields = kAllColumns);
+    // The same for a row the caller has no further use for: its texts are
+    // moved into the record instead of copied.
+    HRESULT ReadFields(uint32_t mask, FileRowValues&& row, uint32_t rowFields = kAllColumns);
     // A writer that has just drawn this record's id knows that no row of it
     // exists yet. While absent is set, ReadFields answers as a read that
     // finds no row does (E_FAIL, nothing filled in) without asking the
@@ -145,7 +148,9 @@ private:
     // The store's lock, or nothing when the record has no store.
     std::unique_lock<CCriticalSection> LockStore();
     // Copies the fields of mask that are not known yet out of row.
-    void FillFrom(uint32_t mask, const FileRowValues& row);
+    // Row is a FileRowValues, const (copied from) or not (its texts moved).
+    template <class Row>
+    void FillFrom(uint32_t mask, Row&& row);
     // A getter that reads its field first: E_INVALIDARG for a null out
     // (nothing read), else the member as the read left it.
     template <class T>

@@ -1,5 +1,7 @@
 // CZanDB4FileDBRecord: reading fields from a row, fetching relations, the
 // metadata record, the masks, ClearFields, Clone, and the two-stage Release.
+#include <utility>
+
 #include "frame/com_ptr.h"
 #include "frame/factory.h"
 #include "frame/file_record_cache.h"
@@ -10,7 +12,8 @@ using zandb4::ComPtr;
 // In the order fields have always been filled in. A path brings its volume
 // serial along, a position both coordinates; the parent's date is
 // deliberately not taken from the row, only SetParent fills it.
-void CZanDB4FileDBRecord::FillFrom(uint32_t mask, const FileRowValues& row) {
+template <class Row>
+void CZanDB4FileDBRecord::FillFrom(uint32_t mask, Row&& row) {
     auto take = [&](uint32_t bit, auto&& copy) {
         if ((mask & bit) == 0 || (m_knownMask & bit) != 0) return;
         copy();
@@ -18,10 +21,10 @@ void CZanDB4FileDBRecord::FillFrom(uint32_t mask, const FileRowValues& row) {
     };
     take(kManage, [&] { m_manage = row.manage; });
     take(kFilePath, [&] {
-        m_filePath = row.filePath;
+        m_filePath = std::forward<Row>(row).filePath;
         m_diskVsn = row.diskVsn;
     });
-    take(kFileName, [&] { m_fileName = row.fileName; });
+    take(kFileName, [&] { m_fileName = std::forward<Row>(row).fileName; });
     take(kFileFormat, [&] { m_fileFormat = row.fileFormat; });
     take(kShootingDate, [&] { m_shootingDate = row.shootingDate; });
     take(kThumbnailSize, [&] {
@@ -48,6 +51,13 @@ void CZanDB4FileDBRecord::FillFrom(uint32_t mask, const FileRowValues& row) {
 std::unique_lock<CCriticalSection> CZanDB4FileDBRecord::LockStore() {
     if (m_store == nullptr) return {};
     return std::unique_lock<CCriticalSection>(m_store->RowLock());
+}
+
+HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, FileRowValues&& row, uint32_t rowFields) {
+    if ((mask & m_knownMask) != 0) return S_OK;
+    auto lock = LockStore();
+    FillFrom(mask & rowFields, std::move(row));
+    return S_OK;
 }
 
 HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, const FileRowValues* row, uint32_t rowFields) {
