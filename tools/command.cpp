@@ -57,8 +57,9 @@ void PrintToolHelp(std::span<const Command* const> commands, std::ostream& out) 
            "       zandb4 --version\n"
            "\n"
            "Looks into (and, with init, makes) a ZanDB4 catalogue: the folder ROOT that holds\n"
-           "database/FileBasic.db. Commands other than init change nothing in the catalogue;\n"
-           "thumb -o FILE writes FILE and nothing else.\n"
+           "database/FileBasic.db. import adds files to it and commit moves what waits in\n"
+           "staging; the other commands change nothing in the catalogue, and thumb -o FILE\n"
+           "writes FILE and nothing else.\n"
            "\n"
            "commands:\n";
     size_t width = 0;

@@ -175,6 +175,29 @@ struct FileFacts {
     uint64_t size = 0;
     std::time_t modified = 0;
     MediaMetadata metadata;
+    std::string metadataProblem;  // why the metadata could not be read, if so
+};
+
+// Messages about single files on standard error. On a terminal they wait
+// until the progress bar is done, so that they do not break into its line.
+class FileNotes {
+public:
+    FileNotes(const Reporter& report, bool wait) : m_report(report), m_wait(wait) {}
+    void Add(const std::string& text) {
+        if (m_wait)
+            m_waiting.push_back(text);
+        else
+            m_report.Note(text);
+    }
+    void Flush() {
+        for (const std::string& text : m_waiting) m_report.Note(text);
+        m_waiting.clear();
+    }
+
+private:
+    const Reporter& m_report;
+    bool m_wait;
+    std::vector<std::string> m_waiting;
 };
 
 // Opens the file as the import reads it; an empty answer when it can be
@@ -192,6 +215,7 @@ std::string ReadFacts(const std::string& path, const MediaKind& kind, FileFacts&
     MediaRead read = ReadMediaMetadata(path);
     if (read.recognised) {
         facts.metadata = std::move(read.metadata);
+        facts.metadataProblem = std::move(read.metadataProblem);
     } else if (kind.mustBeRecognised) {
         return "not a readable " + std::string(kind.extension) + " file (" + read.problem + ")";
     }
@@ -205,7 +229,7 @@ public:
 
     // Takes one file. A failure of the library's stores answers its result;
     // a file that cannot be read is counted and answers S_OK.
-    HRESULT Import(const std::string& path, const Reporter& report) {
+    HRESULT Import(const std::string& path, FileNotes& notes) {
         const std::string name = fs::path(path).filename().string();
         const MediaKind* kind = MediaKindOf(name);
         if (kind == nullptr) return S_OK;
@@ -219,10 +243,12 @@ public:
         FileFacts facts;
         std::string problem = ReadFacts(path, *kind, facts);
         if (!problem.empty()) {
-            report.Note(path + ": skipped: " + problem);
+            notes.Add(path + ": skipped: " + problem);
             m_summary.unreadable.push_back({path, problem});
             return S_OK;
         }
+        if (!facts.metadataProblem.empty())
+            notes.Add(path + ": its metadata cannot be read (" + facts.metadataProblem + "); taken without it");
         return Add(path, widePath, name, diskVsn, *kind, facts);
     }
 
@@ -399,8 +425,9 @@ int RunImport(const Invocation& invocation) {
     FolderWalk walk = WalkFolders(folders, invocation.Has("--recursive"));
     summary.found = walk.files.size();
     summary.otherFiles = walk.otherFiles;
+    FileNotes notes(report, invocation.errIsTerminal);
     for (auto& [place, reason] : walk.unreadable) {
-        report.Note(place + ": skipped: " + reason);
+        notes.Add(place + ": skipped: " + reason);
         summary.unreadable.push_back({place, reason});
     }
 
@@ -431,7 +458,7 @@ int RunImport(const Invocation& invocation) {
         progress.ShowRate("files", seconds);
         for (const std::string& file : walk.files) {
             if (g_stopRequested) break;
-            failure = importer.Import(file, report);
+            failure = importer.Import(file, notes);
             if (failure == S_OK) {
                 ++summary.looked;
                 if (importer.BatchFull()) failure = importer.CommitBatch();
@@ -449,6 +476,7 @@ int RunImport(const Invocation& invocation) {
         }
         if (failure != S_OK || summary.interrupted) importer.RollBack();
         progress.Finish();
+        notes.Flush();
     }
     ZanDB4_Finalize();
     summary.seconds = seconds();

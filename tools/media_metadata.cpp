@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <exiv2/exiv2.hpp>
+#include <fstream>
 #include <limits>
 
 namespace zandb4::tool {
@@ -95,6 +96,36 @@ std::optional<MediaPreview> SmallestJpegPreview(Exiv2::Image& image) {
     return std::nullopt;
 }
 
+// Everything the import keeps, out of an image whose metadata was read.
+void Fill(Exiv2::Image& image, MediaMetadata& metadata) {
+    const Exiv2::ExifData& exif = image.exifData();
+    if (const Exiv2::Exifdatum* date = FindFirst(
+            exif, {"Exif.Photo.DateTimeOriginal", "Exif.Photo.DateTimeDigitized", "Exif.Image.DateTime"}))
+        metadata.shootingDate = ParseExifDate(date->toString());
+    if (const Exiv2::Exifdatum* model = FindFirst(exif, {"Exif.Image.Model"}))
+        metadata.model = Trimmed(model->toString());
+    metadata.width = static_cast<uint32_t>(std::max(0, image.pixelWidth()));
+    metadata.height = static_cast<uint32_t>(std::max(0, image.pixelHeight()));
+    if (metadata.width == 0 || metadata.height == 0) {
+        metadata.width = PositiveNumber(FindFirst(exif, {"Exif.Photo.PixelXDimension", "Exif.Image.ImageWidth"}));
+        metadata.height = PositiveNumber(FindFirst(exif, {"Exif.Photo.PixelYDimension", "Exif.Image.ImageLength"}));
+    }
+    if (const Exiv2::Exifdatum* orientation = FindFirst(exif, {"Exif.Image.Orientation"})) {
+        long value = orientation->toLong(0);
+        if (value >= 1 && value <= 8) metadata.orientation = static_cast<uint16_t>(value);
+    }
+    std::optional<double> latitude =
+        Coordinate(exif, "Exif.GPSInfo.GPSLatitude", "Exif.GPSInfo.GPSLatitudeRef", 'S', 90);
+    std::optional<double> longitude =
+        Coordinate(exif, "Exif.GPSInfo.GPSLongitude", "Exif.GPSInfo.GPSLongitudeRef", 'W', 180);
+    if (latitude && longitude) {
+        metadata.latitude = latitude;
+        metadata.longitude = longitude;
+        metadata.altitude = Altitude(exif);
+    }
+    metadata.preview = SmallestJpegPreview(image);
+}
+
 }  // namespace
 
 std::optional<MediaDate> ParseExifDate(const std::string& text) {
@@ -131,6 +162,34 @@ void SilenceMetadataWarnings() {
     Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
 }
 
+std::optional<std::pair<uint32_t, uint32_t>> JpegFrameSize(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    auto next = [&in]() -> int { return in.get(); };
+    if (next() != 0xFF || next() != 0xD8) return std::nullopt;
+    while (in) {
+        int byte = next();
+        if (byte != 0xFF) return std::nullopt;
+        int marker = next();
+        while (marker == 0xFF) marker = next();  // fill bytes
+        if (marker < 0 || marker == 0xD9 || marker == 0xDA) return std::nullopt;  // end, or scan before a frame
+        if ((marker >= 0xD0 && marker <= 0xD7) || marker == 0x01) continue;        // no length
+        int high = next(), low = next();
+        if (high < 0 || low < 0) return std::nullopt;
+        int length = (high << 8) | low;
+        if (length < 2) return std::nullopt;
+        const bool frame = marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+        if (frame) {
+            int precision = next(), h1 = next(), h0 = next(), w1 = next(), w0 = next();
+            if (precision < 0 || w0 < 0) return std::nullopt;
+            uint32_t height = static_cast<uint32_t>((h1 << 8) | h0), width = static_cast<uint32_t>((w1 << 8) | w0);
+            if (width == 0 || height == 0) return std::nullopt;
+            return std::make_pair(width, height);
+        }
+        in.seekg(length - 2, std::ios::cur);
+    }
+    return std::nullopt;
+}
+
 MediaRead ReadMediaMetadata(const std::string& path) {
     MediaRead read;
     try {
@@ -139,36 +198,22 @@ MediaRead ReadMediaMetadata(const std::string& path) {
             read.problem = "not an image or movie that can be read";
             return read;
         }
-        image->readMetadata();
+        try {
+            image->readMetadata();
+        } catch (const Exiv2::AnyError& error) {
+            // The metadata block is beyond reading, but the picture may be
+            // whole: a JPEG with a frame header is taken without metadata.
+            if (image->mimeType() != "image/jpeg") throw;
+            std::optional<std::pair<uint32_t, uint32_t>> size = JpegFrameSize(path);
+            if (!size) throw;
+            read.recognised = true;
+            read.metadata.width = size->first;
+            read.metadata.height = size->second;
+            read.metadataProblem = error.what();
+            return read;
+        }
         read.recognised = true;
-        MediaMetadata& metadata = read.metadata;
-        const Exiv2::ExifData& exif = image->exifData();
-        if (const Exiv2::Exifdatum* date = FindFirst(
-                exif, {"Exif.Photo.DateTimeOriginal", "Exif.Photo.DateTimeDigitized", "Exif.Image.DateTime"}))
-            metadata.shootingDate = ParseExifDate(date->toString());
-        if (const Exiv2::Exifdatum* model = FindFirst(exif, {"Exif.Image.Model"}))
-            metadata.model = Trimmed(model->toString());
-        metadata.width = static_cast<uint32_t>(std::max(0, image->pixelWidth()));
-        metadata.height = static_cast<uint32_t>(std::max(0, image->pixelHeight()));
-        if (metadata.width == 0 || metadata.height == 0) {
-            metadata.width = PositiveNumber(FindFirst(exif, {"Exif.Photo.PixelXDimension", "Exif.Image.ImageWidth"}));
-            metadata.height =
-                PositiveNumber(FindFirst(exif, {"Exif.Photo.PixelYDimension", "Exif.Image.ImageLength"}));
-        }
-        if (const Exiv2::Exifdatum* orientation = FindFirst(exif, {"Exif.Image.Orientation"})) {
-            long value = orientation->toLong(0);
-            if (value >= 1 && value <= 8) metadata.orientation = static_cast<uint16_t>(value);
-        }
-        std::optional<double> latitude =
-            Coordinate(exif, "Exif.GPSInfo.GPSLatitude", "Exif.GPSInfo.GPSLatitudeRef", 'S', 90);
-        std::optional<double> longitude =
-            Coordinate(exif, "Exif.GPSInfo.GPSLongitude", "Exif.GPSInfo.GPSLongitudeRef", 'W', 180);
-        if (latitude && longitude) {
-            metadata.latitude = latitude;
-            metadata.longitude = longitude;
-            metadata.altitude = Altitude(exif);
-        }
-        metadata.preview = SmallestJpegPreview(*image);
+        Fill(*image, read.metadata);
     } catch (const Exiv2::AnyError& error) {
         read.recognised = false;
         read.metadata = MediaMetadata{};

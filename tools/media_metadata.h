@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace zandb4::tool {
 
@@ -34,16 +35,24 @@ struct MediaRead {
     bool recognised = false;  // the file is an image or movie libexiv2 reads
     MediaMetadata metadata;
     std::string problem;      // why not, when it is not
+    // Set for a JPEG picture whose metadata block cannot be read at all:
+    // why. Its pixel size then comes from the picture's frame header.
+    std::string metadataProblem;
 };
 
 // Reads the metadata of the file at path. Never throws: a file libexiv2
 // cannot read answers recognised false with the reason. An EXIF block that
-// is damaged in part gives what could be read of it.
+// is damaged in part gives what could be read of it; a JPEG whose EXIF block
+// cannot be read at all is still a picture when its frame header is whole.
 MediaRead ReadMediaMetadata(const std::string& path);
 
 // Keeps libexiv2's own warnings off standard error, where they would break
 // into the progress bar; the import reports problems itself.
 void SilenceMetadataWarnings();
+
+// The width and height in the frame header (SOF) of a JPEG file, found by
+// walking its markers; nothing when the file ends or breaks before one.
+std::optional<std::pair<uint32_t, uint32_t>> JpegFrameSize(const std::string& path);
 
 // A date of EXIF's form "YYYY:MM:DD HH:MM:SS" (also with '-' between the
 // parts of the day), when it is a real calendar date and time.
