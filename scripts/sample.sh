@@ -26,6 +26,8 @@ echo "the files of the catalogue:"
 ./build/tools/zandb4 ls "$sample"
 echo "files shot in 2024:"
 ./build/tools/zandb4 ls "$sample" --where date=2024-01-01..2024-12-31
-first="$(./build/tools/zandb4 ls "$sample" --where date=2024-01-01..2024-12-31 | head -n 1 | cut -f 1)"
+# The first picture of 2024 has an embedded preview, now its thumbnail (awk
+# reads the whole listing, so the tool never writes into a closed pipe).
+first="$(./build/tools/zandb4 ls "$sample" --where date=2024-01-01..2024-12-31 | awk -F '\t' 'NR == 1 { print $1 }')"
 echo "the thumbnail of file ${first}, into ${sample}-thumb-${first}.jpg:"
 ./build/tools/zandb4 thumb "$sample" "$first" -o "${sample}-thumb-${first}.jpg" || echo "(exit code $?)"
