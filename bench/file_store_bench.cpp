@@ -9,6 +9,7 @@
 
 #include "catalogue/file_rows.h"
 #include "catalogue/file_basic_db.h"
+#include "frame/com_ptr.h"
 #include "frame/critical_section.h"
 #include "library/database_registry.h"
 #include "zandb4.h"
@@ -72,6 +73,51 @@ void BM_InsertFileRow(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_InsertFileRow);
+
+// A record as a client fills it for an add: path, name, date, format and
+// manage set, every other field left alone.
+zandb4::ComPtr<IZanDB4FileDBRecord> ClientRecord(uint64_t serial) {
+    zandb4::ComPtr<IZanDB4FileDBRecord> record;
+    if (ZanDB4_CreateInstance(&IID_IZanDB4FileDBRecord, reinterpret_cast<void**>(record.Receive())) != S_OK)
+        return record;
+    FileRowValues row = RowOf(serial);
+    record->SetFilePath(row.filePath.GetString(), &row.diskVsn);
+    record->SetFileName(row.fileName.GetString());
+    record->SetShootingDateValue(&row.shootingDate);
+    record->SetFileFormat(&row.fileFormat);
+    record->SetManage(&row.manage);
+    return record;
+}
+
+// One add through the public file manager, staged (range 0: AddFile) or
+// written to the catalogue at once (range 1: AddFileDirect), inside the open
+// transactions; the commit is not part of the timing.
+void BM_ManagerAdd(benchmark::State& state) {
+    Catalogue catalogue(0);
+    zandb4::ComPtr<IZanDB4FileDBMgr> files;
+    if (!catalogue.Ok() ||
+        ZanDB4_CreateInstance(&IID_IZanDB4FileDBMgr, reinterpret_cast<void**>(files.Receive())) != S_OK) {
+        state.SkipWithError("the library did not start");
+        return;
+    }
+    const bool direct = state.range(0) == 1;
+    uint64_t serial = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        zandb4::ComPtr<IZanDB4FileDBRecord> record = ClientRecord(++serial);
+        state.ResumeTiming();
+        uint64_t id = 0;
+        HRESULT added = direct ? files->AddFileDirect(record.Get(), &id, nullptr, nullptr, 0, nullptr)
+                               : files->AddFile(record.Get(), &id);
+        if (added != S_OK) {
+            state.SkipWithError("an add failed");
+            break;
+        }
+    }
+    state.SetItemsProcessed(state.iterations());
+    state.SetLabel(direct ? "AddFileDirect" : "AddFile");
+}
+BENCHMARK(BM_ManagerAdd)->Arg(0)->Arg(1);
 
 // Every search makes a new record per row: nobody holds the last search's.
 void BM_ListFilesNewRecords(benchmark::State& state) {

@@ -12,6 +12,7 @@
 #include "frame/com_ptr.h"
 #include "frame/critical_section.h"
 #include "frame/factory.h"
+#include "records/file_db_record.h"
 #include "shards/edit_file_cache_rows.h"
 #include "shards/meta_data_db_factory.h"
 #include "shards/thumb_db_mgr.h"
@@ -33,6 +34,25 @@ constexpr WCHAR kItemGroupNameFormat[] = u"%llu";
 constexpr uint32_t kItemGroupManage = 2;
 
 constexpr WCHAR kSelectByPathKey[] = u"SELECT * FROM file_table WHERE path_key=? LIMIT 1";
+
+// Tells a record of the library, for the time of a write under a freshly
+// drawn id, that it has no row to read its unset fields from. Every field a
+// client left unset would otherwise cost a SELECT that finds nothing.
+class RowAbsentWhileWriting {
+public:
+    explicit RowAbsentWhileWriting(IZanDB4FileDBRecord* record)
+        : m_record(dynamic_cast<CZanDB4FileDBRecord*>(record)) {
+        if (m_record != nullptr) m_record->SetRowAbsent(true);
+    }
+    ~RowAbsentWhileWriting() {
+        if (m_record != nullptr) m_record->SetRowAbsent(false);
+    }
+    RowAbsentWhileWriting(const RowAbsentWhileWriting&) = delete;
+    RowAbsentWhileWriting& operator=(const RowAbsentWhileWriting&) = delete;
+
+private:
+    CZanDB4FileDBRecord* m_record;
+};
 
 // Marks a record that has just been written as saved.
 void MarkSaved(IZanDB4FileDBRecord* record) {
@@ -202,7 +222,12 @@ HRESULT CZanDB4FileDBMgr::AddFileDirect(IZanDB4FileDBRecord* record, uint64_t* o
         if (drawn != S_OK) return drawn;
         record->SetFileID(fileId);
         if (outId != nullptr) *outId = fileId;
-        HRESULT result = FileTableRows(catalogue).InsertFileRecord(record);
+        // NewID passes over ids that have a row, so this one has none.
+        HRESULT result = S_OK;
+        {
+            RowAbsentWhileWriting noRowYet(record);
+            result = FileTableRows(catalogue).InsertFileRecord(record);
+        }
         if (result == S_OK) {
             MarkSaved(record);
             if (kinds != nullptr && caches != nullptr) {

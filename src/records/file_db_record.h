@@ -68,6 +68,11 @@ public:
     // holds the fields of rowFields (a short row lacks some). A field set in
     // memory is never overwritten by the row.
     HRESULT ReadFields(uint32_t mask, const FileRowValues* row, uint32_t rowFields = kAllColumns);
+    // A writer that has just drawn this record's id knows that no row of it
+    // exists yet. While absent is set, ReadFields answers as a read that
+    // finds no row does (E_FAIL, nothing filled in) without asking the
+    // catalogue; the writer clears it when it is done.
+    void SetRowAbsent(bool absent) { m_rowAbsent = absent; }
     // Brings in the tag set (0x20000000) or the metadata record (0x40000000).
     void ReadRelations(uint32_t mask);
 
@@ -168,6 +173,7 @@ private:
     IFileRowSource* m_store;
     uint32_t m_changedMask = 0;
     uint32_t m_knownMask = 0;
+    bool m_rowAbsent = false;
     uint64_t m_fileId = 0;
     uint32_t m_manage = 0;
     CZanTString m_filePath;

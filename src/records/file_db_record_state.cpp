@@ -58,7 +58,7 @@ HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, const FileRowValues* row,
         FillFrom(mask & rowFields, *row);
         return S_OK;
     }
-    if (m_store == nullptr || m_fileId == 0) return E_FAIL;
+    if (m_store == nullptr || m_fileId == 0 || m_rowAbsent) return E_FAIL;
     FileRowValues own;
     if (m_store->ReadFileRow(m_fileId, own) != S_OK) return E_FAIL;
     FillFrom(mask, own);
