@@ -72,6 +72,9 @@ public:
         g_stopRequested = 0;
         struct sigaction action {};
         action.sa_handler = RequestStop;
+        // Reads under way go on, so the file at hand is read whole and the
+        // request is seen after it.
+        action.sa_flags = SA_RESTART;
         sigemptyset(&action.sa_mask);
         sigaction(SIGINT, &action, &m_oldInterrupt);
         sigaction(SIGTERM, &action, &m_oldTerminate);

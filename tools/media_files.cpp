@@ -78,8 +78,8 @@ const MediaKind* MediaKindOf(std::string_view fileName) {
 }
 
 std::string FormatNumbers() {
-    return "1 JPEG, 2 TIFF, 3 PNG, 4 HEIF, 5 camera raw, 6 GIF, 7 BMP, 8 WebP, 16 MP4/MOV/3GP, 17 AVI, "
-           "18 MTS/M2TS, 19 MPEG, 20 MKV, 21 WMV";
+    return "1 JPEG, 2 TIFF, 3 PNG, 4 HEIF, 5 camera raw, 6 GIF, 7 BMP, 8 WebP,\n"
+           "16 MP4/MOV/3GP, 17 AVI, 18 MTS/M2TS, 19 MPEG, 20 MKV, 21 WMV";
 }
 
 FolderWalk WalkFolders(const std::vector<std::string>& folders, bool recursive) {

@@ -23,7 +23,8 @@ struct MediaKind {
 // The kind of a file name by its extension; null when none is taken.
 const MediaKind* MediaKindOf(std::string_view fileName);
 
-// "1 JPEG, 2 TIFF, ...", for the help text.
+// "1 JPEG, 2 TIFF, ...", for the help text: two lines, the first to follow
+// "File formats: " within 80 columns.
 std::string FormatNumbers();
 
 struct FolderWalk {
