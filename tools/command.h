@@ -79,12 +79,12 @@ struct Invocation {
 
 struct Command {
     std::string_view name;
-    std::string_view summary;                    // one line, for the command list
+    std::string_view summary;  // one line, for the command list
     // Names of the required operands: "ROOT". The last one may end in "..."
     // ("FOLDER..."): it is then needed once and taken any number of times.
     std::span<const std::string_view> operands;
-    std::span<const OptionSpec> options;         // besides --help, which every command has
-    std::string_view description;                // the help text after the usage line
+    std::span<const OptionSpec> options;  // besides --help, which every command has
+    std::string_view description;         // the help text after the usage line
     int (*run)(const Invocation& invocation);
 };
 

@@ -10,8 +10,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cmath>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -162,12 +162,12 @@ struct Unreadable {
 };
 
 struct Summary {
-    uint64_t found = 0;          // files of the kinds taken
-    uint64_t looked = 0;         // of them, files gone through
-    uint64_t added = 0;          // committed into the catalogue
-    uint64_t alreadyThere = 0;   // in the catalogue before (by path and volume)
-    uint64_t rolledBack = 0;     // staged but dropped at an interruption
-    uint64_t otherFiles = 0;     // not pictures or movies
+    uint64_t found = 0;         // files of the kinds taken
+    uint64_t looked = 0;        // of them, files gone through
+    uint64_t added = 0;         // committed into the catalogue
+    uint64_t alreadyThere = 0;  // in the catalogue before (by path and volume)
+    uint64_t rolledBack = 0;    // staged but dropped at an interruption
+    uint64_t otherFiles = 0;    // not pictures or movies
     std::vector<Unreadable> unreadable;
     bool interrupted = false;
     double seconds = 0;
@@ -443,9 +443,7 @@ int RunImport(const Invocation& invocation) {
     SilenceMetadataWarnings();
     // Speed and time left count from here: the files themselves.
     const auto start = std::chrono::steady_clock::now();
-    auto seconds = [start] {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    };
+    auto seconds = [start] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(); };
     HRESULT failure = S_OK;
     std::string failedAt;
     {
@@ -522,8 +520,9 @@ const Command& ImportCommand() {
         "and the exit code is 6. Progress goes to standard error (a bar on a terminal);\n"
         "the summary goes to standard output.";
     static const Command command{
-        "import", "add the pictures and movies of folders to the catalogue under ROOT",
-        kOperands, kOptions, description, RunImport,
+        "import",    "add the pictures and movies of folders to the catalogue under ROOT",
+        kOperands,   kOptions,
+        description, RunImport,
     };
     return command;
 }

@@ -13,14 +13,14 @@ namespace {
 
 // file_format numbers: 1 to 15 pictures, 16 and up movies.
 constexpr MediaKind kKinds[] = {
-    {"jpg", 1, false, true},   {"jpeg", 1, false, true}, {"jpe", 1, false, true},  {"tif", 2, false, true},
-    {"tiff", 2, false, true},  {"png", 3, false, true},  {"heic", 4, false, false}, {"heif", 4, false, false},
-    {"orf", 5, false, true},   {"cr2", 5, false, true},  {"cr3", 5, false, false}, {"nef", 5, false, true},
-    {"arw", 5, false, true},   {"rw2", 5, false, true},  {"dng", 5, false, true},  {"raf", 5, false, true},
-    {"pef", 5, false, true},   {"srw", 5, false, true},  {"gif", 6, false, true},  {"bmp", 7, false, true},
-    {"webp", 8, false, true},  {"mp4", 16, true, false}, {"m4v", 16, true, false}, {"mov", 16, true, false},
-    {"3gp", 16, true, false},  {"avi", 17, true, false}, {"mts", 18, true, false}, {"m2ts", 18, true, false},
-    {"mpg", 19, true, false},  {"mpeg", 19, true, false}, {"mkv", 20, true, false}, {"wmv", 21, true, false},
+    {"jpg", 1, false, true},  {"jpeg", 1, false, true},  {"jpe", 1, false, true},   {"tif", 2, false, true},
+    {"tiff", 2, false, true}, {"png", 3, false, true},   {"heic", 4, false, false}, {"heif", 4, false, false},
+    {"orf", 5, false, true},  {"cr2", 5, false, true},   {"cr3", 5, false, false},  {"nef", 5, false, true},
+    {"arw", 5, false, true},  {"rw2", 5, false, true},   {"dng", 5, false, true},   {"raf", 5, false, true},
+    {"pef", 5, false, true},  {"srw", 5, false, true},   {"gif", 6, false, true},   {"bmp", 7, false, true},
+    {"webp", 8, false, true}, {"mp4", 16, true, false},  {"m4v", 16, true, false},  {"mov", 16, true, false},
+    {"3gp", 16, true, false}, {"avi", 17, true, false},  {"mts", 18, true, false},  {"m2ts", 18, true, false},
+    {"mpg", 19, true, false}, {"mpeg", 19, true, false}, {"mkv", 20, true, false},  {"wmv", 21, true, false},
 };
 
 std::string Lower(std::string_view text) {

@@ -99,8 +99,8 @@ std::optional<MediaPreview> SmallestJpegPreview(Exiv2::Image& image) {
 // Everything the import keeps, out of an image whose metadata was read.
 void Fill(Exiv2::Image& image, MediaMetadata& metadata) {
     const Exiv2::ExifData& exif = image.exifData();
-    if (const Exiv2::Exifdatum* date = FindFirst(
-            exif, {"Exif.Photo.DateTimeOriginal", "Exif.Photo.DateTimeDigitized", "Exif.Image.DateTime"}))
+    if (const Exiv2::Exifdatum* date =
+            FindFirst(exif, {"Exif.Photo.DateTimeOriginal", "Exif.Photo.DateTimeDigitized", "Exif.Image.DateTime"}))
         metadata.shootingDate = ParseExifDate(date->toString());
     if (const Exiv2::Exifdatum* model = FindFirst(exif, {"Exif.Image.Model"}))
         metadata.model = Trimmed(model->toString());
@@ -154,8 +154,8 @@ std::optional<MediaDate> ParseExifDate(const std::string& text) {
     if (year < 1601 || month < 1 || month > 12 || day < 1 || day > DaysInMonth(year, month) || hour > 23 ||
         minute > 59 || second > 59)
         return std::nullopt;
-    return MediaDate{static_cast<uint16_t>(year),   static_cast<uint16_t>(month),  static_cast<uint16_t>(day),
-                     static_cast<uint16_t>(hour),   static_cast<uint16_t>(minute), static_cast<uint16_t>(second)};
+    return MediaDate{static_cast<uint16_t>(year), static_cast<uint16_t>(month),  static_cast<uint16_t>(day),
+                     static_cast<uint16_t>(hour), static_cast<uint16_t>(minute), static_cast<uint16_t>(second)};
 }
 
 void SilenceMetadataWarnings() {
@@ -170,9 +170,9 @@ std::optional<std::pair<uint32_t, uint32_t>> JpegFrameSize(const std::string& pa
         int byte = next();
         if (byte != 0xFF) return std::nullopt;
         int marker = next();
-        while (marker == 0xFF) marker = next();  // fill bytes
+        while (marker == 0xFF) marker = next();                                   // fill bytes
         if (marker < 0 || marker == 0xD9 || marker == 0xDA) return std::nullopt;  // end, or scan before a frame
-        if ((marker >= 0xD0 && marker <= 0xD7) || marker == 0x01) continue;        // no length
+        if ((marker >= 0xD0 && marker <= 0xD7) || marker == 0x01) continue;       // no length
         int high = next(), low = next();
         if (high < 0 || low < 0) return std::nullopt;
         int length = (high << 8) | low;

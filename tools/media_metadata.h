@@ -23,9 +23,9 @@ struct MediaPreview {
 
 struct MediaMetadata {
     std::optional<MediaDate> shootingDate;
-    std::string model;  // empty when the file names none
-    uint32_t width = 0, height = 0;  // 0 when unknown
-    uint16_t orientation = 0;        // the EXIF value 1 to 8; 0 when unknown
+    std::string model;                          // empty when the file names none
+    uint32_t width = 0, height = 0;             // 0 when unknown
+    uint16_t orientation = 0;                   // the EXIF value 1 to 8; 0 when unknown
     std::optional<double> latitude, longitude;  // degrees; south and west negative
     std::optional<double> altitude;             // metres; below sea level negative
     std::optional<MediaPreview> preview;
@@ -34,7 +34,7 @@ struct MediaMetadata {
 struct MediaRead {
     bool recognised = false;  // the file is an image or movie libexiv2 reads
     MediaMetadata metadata;
-    std::string problem;      // why not, when it is not
+    std::string problem;  // why not, when it is not
     // Set for a JPEG picture whose metadata block cannot be read at all:
     // why. Its pixel size then comes from the picture's frame header.
     std::string metadataProblem;

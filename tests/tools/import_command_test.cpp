@@ -40,7 +40,9 @@ using zandb4::testing::SqliteProbe;
 using zandb4::testing::TempFolder;
 using zandb4::testing::ToolRun;
 
-bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
 
 std::string ReadBytes(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -57,7 +59,9 @@ int64_t Packed(int year, int month, int day, int hour, int minute, int second) {
            (int64_t{minute} << 8) + second;
 }
 
-std::string Text(int64_t value) { return std::to_string(value); }
+std::string Text(int64_t value) {
+    return std::to_string(value);
+}
 
 class ImportCommand : public ::testing::Test {
 protected:
@@ -131,7 +135,8 @@ TEST_F(ImportCommand, DatesModelPixelSizeGpsAndPreviewLandWhereTheyBelong) {
     ASSERT_GT(plainId, 0);
     auto file = Rows("FileBasic.db",
                      "SELECT file_name, file_format, shooting_date, gps_latitude, gps_longitude, "
-                     "thumbnail_orientation, manage, disk_vsn FROM file_table WHERE file_id=" + Text(harbourId));
+                     "thumbnail_orientation, manage, disk_vsn FROM file_table WHERE file_id=" +
+                         Text(harbourId));
     ASSERT_EQ(file.size(), 1u);
     EXPECT_EQ(file[0][0], "harbour.jpg");
     EXPECT_EQ(file[0][1], "1");
@@ -146,7 +151,8 @@ TEST_F(ImportCommand, DatesModelPixelSizeGpsAndPreviewLandWhereTheyBelong) {
 
     auto meta = Rows("FileBasic.db",
                      "SELECT file_size, pixel_width, pixel_height, model_name, gps_altitude, import_class, "
-                     "import_date FROM meta_table WHERE file_id=" + Text(harbourId));
+                     "import_date FROM meta_table WHERE file_id=" +
+                         Text(harbourId));
     ASSERT_EQ(meta.size(), 1u);
     EXPECT_EQ(meta[0][0], Text(static_cast<int64_t>(fs::file_size(harbourFile))));
     EXPECT_EQ(meta[0][1], "96");
@@ -174,8 +180,8 @@ TEST_F(ImportCommand, DatesModelPixelSizeGpsAndPreviewLandWhereTheyBelong) {
     EXPECT_EQ(shard.Integer("SELECT COUNT(*) FROM thumbnail_table WHERE file_id=" + Text(plainId)), 0);
     EXPECT_EQ(Count("FileBasic.db", "SELECT shooting_date FROM file_table WHERE file_id=" + Text(plainId)),
               Packed(2019, 12, 24, 20, 0, 0));
-    EXPECT_EQ(Count("FileBasic.db", "SELECT pixel_width * 1000 + pixel_height FROM meta_table WHERE file_id=" +
-                                        Text(plainId)),
+    EXPECT_EQ(Count("FileBasic.db",
+                    "SELECT pixel_width * 1000 + pixel_height FROM meta_table WHERE file_id=" + Text(plainId)),
               40030);
     EXPECT_EQ(Rows("FileBasic.db", "SELECT model_name FROM meta_table WHERE file_id=" + Text(plainId))[0][0],
               "Zan Classic");
@@ -255,8 +261,7 @@ TEST_F(ImportCommand, FilesThatCannotBeReadAreNamedAndSkipped) {
     std::tm local{};
     localtime_r(&status.st_mtim.tv_sec, &local);
     EXPECT_EQ(Count("FileBasic.db", "SELECT shooting_date FROM file_table WHERE file_id=" + Text(garbageId)),
-              Packed(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                     local.tm_sec));
+              Packed(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec));
     EXPECT_GT(IdOf(m_pictures / "good.jpg"), 0);
     const int64_t cutId = IdOf(m_pictures / "cut-in-pixels.jpg");
     ASSERT_GT(cutId, 0);
@@ -312,8 +317,9 @@ TEST_F(ImportCommand, NamesWithAnApostropheAndLettersBeyondAsciiAreKeptAsTheyAre
     WritePicture(odd, spec);
     ToolRun run = RunZandb4({"import", Root(), Pictures()});
     ASSERT_EQ(run.exitCode, 0) << run.err;
-    auto rows = Rows("FileBasic.db", "SELECT file_path, file_name, model_name FROM file_table JOIN meta_table USING "
-                                     "(file_id)");
+    auto rows = Rows("FileBasic.db",
+                     "SELECT file_path, file_name, model_name FROM file_table JOIN meta_table USING "
+                     "(file_id)");
     ASSERT_EQ(rows.size(), 1u);
     EXPECT_EQ(rows[0][0], odd.string());
     EXPECT_EQ(rows[0][1], "l'été à Zürich – İstanbul.jpg");

@@ -22,10 +22,10 @@ struct GpsPosition {
 struct PictureSpec {
     int width = 64;
     int height = 48;
-    uint8_t shade = 128;               // the grey of the whole picture
-    std::string dateTimeOriginal;      // "YYYY:MM:DD HH:MM:SS"; empty for none
-    std::string model;                 // empty for none
-    uint16_t orientation = 0;          // 0 for none
+    uint8_t shade = 128;           // the grey of the whole picture
+    std::string dateTimeOriginal;  // "YYYY:MM:DD HH:MM:SS"; empty for none
+    std::string model;             // empty for none
+    uint16_t orientation = 0;      // 0 for none
     std::optional<GpsPosition> gps;
     // The embedded thumbnail's JPEG bytes (see JpegBytes); empty for none.
     std::string thumbnail;
