@@ -445,7 +445,8 @@ int RunImport(const Invocation& invocation) {
     const auto start = std::chrono::steady_clock::now();
     auto seconds = [start] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(); };
     HRESULT failure = S_OK;
-    std::string failedAt;
+    // What the catalogue refused: the file added, or a commit.
+    std::string failedAt, failedStep;
     {
         Held<IZanDB4FileDBMgr> manager;
         HRESULT made = Make(IID_IZanDB4FileDBMgr, manager);
@@ -463,9 +464,13 @@ int RunImport(const Invocation& invocation) {
             if (failure == S_OK) {
                 ++summary.looked;
                 if (importer.BatchFull()) failure = importer.CommitBatch();
-                if (failure != S_OK) failedAt = "the commit of a batch";
+                if (failure != S_OK) {
+                    failedAt = CatalogueFile(root).string();
+                    failedStep = "the commit of a batch failed";
+                }
             } else {
                 failedAt = file;
+                failedStep = "the catalogue did not take it";
             }
             if (failure != S_OK) break;
             progress.Update(summary.looked);
@@ -473,7 +478,10 @@ int RunImport(const Invocation& invocation) {
         summary.interrupted = g_stopRequested != 0 && failure == S_OK && summary.looked < summary.found;
         if (failure == S_OK && !summary.interrupted) {
             failure = importer.CommitBatch();
-            if (failure != S_OK) failedAt = "the last commit";
+            if (failure != S_OK) {
+                failedAt = CatalogueFile(root).string();
+                failedStep = "the last commit failed";
+            }
         }
         if (failure != S_OK || summary.interrupted) importer.RollBack();
         progress.Finish();
@@ -488,7 +496,7 @@ int RunImport(const Invocation& invocation) {
         PrintSummaryText(summary, invocation.out);
     if (failure != S_OK)
         return report.Fail(kExitLibraryFailed, failedAt,
-                           "the catalogue refused it: " + DescribeResult(failure) +
+                           failedStep + ": " + DescribeResult(failure) +
                                "; what was committed before stays, the rest was rolled back");
     if (summary.interrupted) {
         report.Note("interrupted: the files committed before stay in the catalogue; the " +

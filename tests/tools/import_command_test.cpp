@@ -419,6 +419,30 @@ TEST_F(ImportCommand, AFolderThatDoesNotExistIsNamedAndNothingIsImported) {
     EXPECT_FALSE(fs::exists(empty / "database"));
 }
 
+// A thumbnail the catalogue cannot store (its folder is a plain file) stops
+// the import with exit 3: the batch committed before stays, the open one is
+// rolled back.
+TEST_F(ImportCommand, AFileTheCatalogueRefusesStopsTheImportAndKeepsWhatWasCommitted) {
+    WritePicture(m_pictures / "a.jpg", PictureSpec{});  // no preview: no thumbnail to store
+    PictureSpec withPreview;
+    withPreview.thumbnail = JpegBytes(16, 12, 1);
+    WritePicture(m_pictures / "b.jpg", withPreview);
+    WritePicture(m_pictures / "c.jpg", PictureSpec{});
+    fs::remove_all(Database("thumb_0s"));
+    zandb4::testing::WriteFile(Database("thumb_0s"), "in the way");
+
+    ToolRun run = RunZandb4({"import", Root(), Pictures(), "--batch", "1"});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_TRUE(Contains(
+        run.err, "zandb4 import: " + (m_pictures / "b.jpg").string() + ": the catalogue did not take it: E_FAIL"))
+        << run.err;
+    EXPECT_TRUE(Contains(run.out, "added 1 files\n")) << run.out;
+    EXPECT_GT(IdOf(m_pictures / "a.jpg"), 0);
+    EXPECT_EQ(Files(), 1);
+    EXPECT_EQ(Staged(), 0);
+    EXPECT_EQ(Count("FileBasic.db", "SELECT COUNT(*) FROM meta_table"), 1);
+}
+
 // Ctrl-C part-way: the batches committed before stay, the open one is rolled
 // back whole (no staged row, no thumbnail without its file), the exit code
 // says so, and a second import adds exactly the rest.
