@@ -3,9 +3,12 @@
 // records, then records found live in the cache), and a search by a query
 // node that selects a few rows.
 #include <benchmark/benchmark.h>
+#include <sqlite3.h>
 #include <stdlib.h>
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "catalogue/file_rows.h"
 #include "catalogue/file_basic_db.h"
@@ -134,6 +137,92 @@ void BM_ListFilesNewRecords(benchmark::State& state) {
 }
 // Files, load mode (0 all columns, 2 the short list), sort flag.
 BENCHMARK(BM_ListFilesNewRecords)->Args({10000, 0, 0})->Args({10000, 2, 0})->Args({10000, 0, 1});
+
+// The plain SQLite loop that BM_ListFilesNewRecords is measured against: the
+// same statement, every column the record keeps read into values of the
+// same types (texts as UTF-16 strings), no record and no cache.
+struct PlainRow {
+    uint64_t fileId;
+    std::u16string filePath;
+    uint32_t diskVsn;
+    std::u16string fileName;
+    uint32_t fileFormat;
+    int64_t shootingDate;
+    double latitude, longitude;
+    uint32_t fileAttributes, thumbnailSize, thumbnailOrientation;
+    bool didEdit, isFavorite, didDetectFace;
+    uint64_t albumId;
+    uint32_t manage;
+    uint64_t parentId;
+    int64_t parentShootingDate;
+    bool uploadFlag;
+    uint32_t classifyId;
+};
+
+std::u16string TextOf(sqlite3_stmt* statement, int column) {
+    const void* text = sqlite3_column_text16(statement, column);
+    int bytes = sqlite3_column_bytes16(statement, column);
+    return text == nullptr ? std::u16string() : std::u16string(static_cast<const char16_t*>(text), bytes / 2);
+}
+
+int64_t ListPlain(sqlite3* db, std::vector<PlainRow>& rows) {
+    rows.clear();
+    sqlite3_stmt* select = nullptr;
+    sqlite3_prepare16_v2(db, u"SELECT * FROM file_table", -1, &select, nullptr);
+    while (sqlite3_step(select) == SQLITE_ROW) {
+        PlainRow row;
+        row.fileId = static_cast<uint64_t>(sqlite3_column_int64(select, 0));
+        row.filePath = TextOf(select, 1);
+        row.diskVsn = static_cast<uint32_t>(sqlite3_column_int(select, 2));
+        row.fileName = TextOf(select, 4);
+        row.fileFormat = static_cast<uint32_t>(sqlite3_column_int(select, 5));
+        row.shootingDate = sqlite3_column_int64(select, 6);
+        row.latitude = sqlite3_column_double(select, 7);
+        row.longitude = sqlite3_column_double(select, 8);
+        row.fileAttributes = static_cast<uint32_t>(sqlite3_column_int(select, 9));
+        row.thumbnailSize = static_cast<uint32_t>(sqlite3_column_int(select, 10));
+        row.thumbnailOrientation = static_cast<uint32_t>(sqlite3_column_int(select, 11));
+        row.didEdit = sqlite3_column_int(select, 12) != 0;
+        row.isFavorite = sqlite3_column_int(select, 13) != 0;
+        row.didDetectFace = sqlite3_column_int(select, 14) != 0;
+        row.albumId = static_cast<uint64_t>(sqlite3_column_int64(select, 15));
+        row.manage = static_cast<uint32_t>(sqlite3_column_int(select, 16));
+        row.parentId = static_cast<uint64_t>(sqlite3_column_int64(select, 17));
+        row.parentShootingDate = sqlite3_column_int64(select, 18);
+        row.uploadFlag = sqlite3_column_int(select, 19) != 0;
+        row.classifyId = static_cast<uint32_t>(sqlite3_column_int(select, 20));
+        rows.push_back(std::move(row));
+    }
+    sqlite3_finalize(select);
+    return static_cast<int64_t>(rows.size());
+}
+
+// Range 0: files; range 1: 0 the library's search (new records, every
+// column), 1 the plain loop. Run one after the other for the ratio.
+void BM_ListFilesAgainstPlain(benchmark::State& state) {
+    Catalogue catalogue(state.range(0));
+    if (!catalogue.Ok()) state.SkipWithError("the library did not start");
+    const bool plain = state.range(1) == 1;
+    CZanTList<IZanDB4FileDBRecord*> records;
+    std::vector<PlainRow> rows;
+    for (auto _ : state) {
+        CriticalSectionGuard guard(catalogue.Store()->m_lock);
+        if (plain) {
+            benchmark::DoNotOptimize(ListPlain(catalogue.Store()->m_db, rows));
+        } else {
+            FileTableRows(*catalogue.Store()).ListFiles(nullptr, 0, records, 0);
+            ReleaseAll(records);
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.SetLabel(plain ? "plain SQLite" : "library");
+}
+BENCHMARK(BM_ListFilesAgainstPlain)
+    ->Args({10000, 0})
+    ->Args({10000, 1})
+    ->Args({100000, 0})
+    ->Args({100000, 1})
+    ->Unit(benchmark::kMillisecond);
 
 // A client holds every record, so each search finds them live in the cache.
 void BM_ListFilesCachedRecords(benchmark::State& state) {

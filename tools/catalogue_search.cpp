@@ -2,7 +2,6 @@
 // tree and catalogue store, with tag and album names looked up through their
 // managers. One of the files of the tool that include the library's internal
 // headers.
-#include "catalogue/file_rows.h"
 #include "catalogue_search.h"
 
 #include "album_tag_reader.h"
@@ -190,9 +189,15 @@ void ReadFiles(CSQLiteFileBasicDB* catalogue, IZanDB4QueryNode* query, int busyM
         code = count.Finalize();
         if (code == SQLITE_OK && step != SQLITE_ROW) code = step;
     }
-    CZanTList<IZanDB4FileDBRecord*> records;
+    // The files come through the public file manager, as an application
+    // lists them: every column, oldest first, then by name.
+    CList<IZanDB4FileDBRecord*> records;
+    ComPtr<IZanDB4FileDBMgr> files;
+    if (code == SQLITE_OK &&
+        ZanDB4_CreateInstance(&IID_IZanDB4FileDBMgr, reinterpret_cast<void**>(files.Receive())) != S_OK)
+        code = SQLITE_ERROR;
     // An empty list answers E_FAIL as a failure does: the count tells them apart.
-    if (code == SQLITE_OK) FileTableRows(*catalogue).ListFiles(query, 1, records, FileTableRows::kLoadAll);
+    if (code == SQLITE_OK) files->ListFiles(query, 1, &records, 0);
     for (POSITION position = records.GetHeadPosition(); position != nullptr;) {
         IZanDB4FileDBRecord* record = records.GetNext(position);
         search.files.push_back(RowOf(record));

@@ -95,6 +95,26 @@ TEST_F(FileRecordRows, OwnReadOfAMissingRowFails) {
     EXPECT_EQ(Known(record.Get()), 0u);
 }
 
+TEST_F(FileRecordRows, RecordToldItsRowIsAbsentReadsNothingUntilToldOtherwise) {
+    // A writer that has just drawn the id says so; the row written here stands
+    // for one that appears later, and the record must not read it meanwhile.
+    InsertFileRow(FileRow{});
+    RecordPtr record = RecordFor(10);
+    Impl(record.Get())->SetRowAbsent(true);
+    EXPECT_EQ(Impl(record.Get())->ReadFields(kAllColumns, nullptr), E_FAIL);
+    EXPECT_EQ(Known(record.Get()), 0u);
+    // A row handed in is still taken: only the record's own read is skipped.
+    SteppedRow row(m_store->m_db, kSelectFullRow, 10);
+    ASSERT_TRUE(row.HasRow());
+    EXPECT_EQ(ReadFullRow(Impl(record.Get()), kManageBit, row.Row()), S_OK);
+    EXPECT_EQ(Known(record.Get()), kManageBit);
+
+    Impl(record.Get())->SetRowAbsent(false);
+    EXPECT_EQ(Impl(record.Get())->ReadFields(kAllColumns & ~kManageBit, nullptr), S_OK);
+    EXPECT_EQ(Known(record.Get()), kEveryField);
+    ExpectDefaultRowValues(record.Get());
+}
+
 TEST_F(FileRecordRows, OwnReadOfOneFieldFillsOnlyThatField) {
     InsertFileRow(FileRow{});
     RecordPtr record = RecordFor(10);
