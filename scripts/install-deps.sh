@@ -2,7 +2,10 @@
 # Installs the Debian packages the build needs, if any is missing.
 set -euo pipefail
 
-packages=(cmake g++ make libsqlite3-dev googletest libgtest-dev libgmock-dev libbenchmark-dev binutils locales)
+# libexiv2-dev: the tool's import reads picture metadata with it (the library
+# does not link it); libjpeg-dev: the tests and the sample make real JPEGs.
+packages=(cmake g++ make pkg-config libsqlite3-dev libexiv2-dev libjpeg-dev googletest libgtest-dev libgmock-dev
+  libbenchmark-dev binutils locales)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")

@@ -15,6 +15,8 @@ namespace {
 constexpr std::string_view kHelpLong = "--help";
 constexpr std::string_view kHelpShort = "-h";
 constexpr std::string_view kEndOfOptions = "--";
+// The mark of an operand that may be given more than once ("FOLDER...").
+constexpr std::string_view kRepeatedOperand = "...";
 
 const std::vector<std::string> kNoValues;
 
@@ -55,8 +57,9 @@ void PrintToolHelp(std::span<const Command* const> commands, std::ostream& out) 
            "       zandb4 --version\n"
            "\n"
            "Looks into (and, with init, makes) a ZanDB4 catalogue: the folder ROOT that holds\n"
-           "database/FileBasic.db. Commands other than init change nothing in the catalogue;\n"
-           "thumb -o FILE writes FILE and nothing else.\n"
+           "database/FileBasic.db. import adds files to it and commit moves what waits in\n"
+           "staging; the other commands change nothing in the catalogue, and thumb -o FILE\n"
+           "writes FILE and nothing else.\n"
            "\n"
            "commands:\n";
     size_t width = 0;
@@ -131,9 +134,13 @@ std::optional<std::string> ParseArguments(const Command& command, std::span<cons
             return "option '" + name + "' needs a value (" + std::string(option->valueName) + ")";
         }
     }
-    if (invocation.operands.size() < command.operands.size())
-        return "missing " + std::string(command.operands[invocation.operands.size()]);
-    if (invocation.operands.size() > command.operands.size())
+    if (invocation.operands.size() < command.operands.size()) {
+        std::string_view missing = command.operands[invocation.operands.size()];
+        if (missing.ends_with(kRepeatedOperand)) missing.remove_suffix(kRepeatedOperand.size());
+        return "missing " + std::string(missing);
+    }
+    const bool lastRepeats = !command.operands.empty() && command.operands.back().ends_with(kRepeatedOperand);
+    if (invocation.operands.size() > command.operands.size() && !lastRepeats)
         return "unexpected argument '" + invocation.operands[command.operands.size()] + "'";
     return std::nullopt;
 }
@@ -145,7 +152,7 @@ int RunCommand(const Command& command, std::span<const char* const> arguments, s
         return kExitOk;
     }
     Reporter report(err, std::string(command.name), UsageLine(command));
-    Invocation invocation{{}, {}, out, report, errIsTerminal, outIsTerminal};
+    Invocation invocation{{}, {}, out, report, errIsTerminal, outIsTerminal, err};
     if (std::optional<std::string> wrong = ParseArguments(command, arguments, invocation))
         return report.UsageError(*wrong);
     return command.run(invocation);

@@ -69,6 +69,8 @@ struct Invocation {
     // Whether standard output is a terminal, for commands that write bytes
     // that are not text.
     bool outIsTerminal;
+    // Standard error, for a ProgressReporter (messages go through report).
+    std::ostream& err;
 
     bool Has(std::string_view option) const { return options.find(option) != options.end(); }
     // The values of an option in the order given; none when it was not given.
@@ -77,10 +79,12 @@ struct Invocation {
 
 struct Command {
     std::string_view name;
-    std::string_view summary;                    // one line, for the command list
-    std::span<const std::string_view> operands;  // names of the required operands: "ROOT"
-    std::span<const OptionSpec> options;         // besides --help, which every command has
-    std::string_view description;                // the help text after the usage line
+    std::string_view summary;  // one line, for the command list
+    // Names of the required operands: "ROOT". The last one may end in "..."
+    // ("FOLDER..."): it is then needed once and taken any number of times.
+    std::span<const std::string_view> operands;
+    std::span<const OptionSpec> options;  // besides --help, which every command has
+    std::string_view description;         // the help text after the usage line
     int (*run)(const Invocation& invocation);
 };
 

@@ -12,5 +12,6 @@ const Command& ThumbCommand();
 const Command& CommitCommand();
 const Command& TagsCommand();
 const Command& AlbumsCommand();
+const Command& ImportCommand();
 
 }  // namespace zandb4::tool

@@ -14,6 +14,7 @@ enum ExitCode : int {
     kExitLibraryFailed = 3,
     kExitUnreadable = 4,
     kExitCannotWrite = 5,
+    kExitInterrupted = 6,
 };
 
 struct ExitCodeMeaning {
@@ -28,12 +29,19 @@ inline constexpr ExitCodeMeaning kExitCodeMeanings[] = {
      "bad usage: unknown command or option, missing or bad argument, bad condition; for ls also a tag or "
      "album name that the catalogue does not hold, or an album name that several albums share; for thumb "
      "also no such thumbnail"},
-    {kExitNoCatalogue, "ROOT missing, not a folder, or holding no catalogue (database/FileBasic.db)"},
-    {kExitLibraryFailed, "the library could not start; for commit also a step of the commit failed"},
+    {kExitNoCatalogue,
+     "ROOT missing, not a folder, or holding no catalogue (database/FileBasic.db); for import also a FOLDER "
+     "missing or not a folder"},
+    {kExitLibraryFailed,
+     "the library could not start; for commit also a step of the commit failed; for import also the "
+     "catalogue refused a file or a commit (the open batch is rolled back)"},
     {kExitUnreadable,
      "the catalogue cannot be read or made: damaged, not a catalogue, locked by another "
      "process, or of a newer major version; for thumb the shard file cannot be read"},
     {kExitCannotWrite, "the output cannot be written (thumb's -o FILE, or standard output)"},
+    {kExitInterrupted,
+     "import stopped by Ctrl-C (SIGINT) or SIGTERM: the batches committed before stay, the open batch was "
+     "rolled back"},
 };
 
 }  // namespace zandb4::tool

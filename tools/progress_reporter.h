@@ -2,10 +2,12 @@
 // error so that standard output keeps only data. On a terminal it redraws one
 // line with a bar; anywhere else (a pipe, a file, a CI log) it writes a plain
 // line at each tenth of the way, so a log gets at most eleven lines and no
-// carriage returns. Not thread-safe: one thread reports.
+// carriage returns. With ShowRate, each line also tells the speed and the
+// time left. Not thread-safe: one thread reports.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <ostream>
 #include <string>
 
@@ -20,6 +22,12 @@ public:
     // do. Nothing is written until the first Update or Finish.
     ProgressReporter(std::ostream& out, bool terminal, std::string label, uint64_t total);
 
+    // Adds the speed in unit per second ("files" gives "12.5 files/s") and
+    // the time left at that speed to every line from now on; seconds answers
+    // the seconds since the work began. On a terminal the line is then also
+    // redrawn when a quarter of a second has passed since the last drawing.
+    void ShowRate(std::string unit, std::function<double()> seconds);
+
     // done steps of total are finished (more than total counts as total).
     void Update(uint64_t done);
     // The work is over: the last state is shown, and on a terminal the line
@@ -28,6 +36,8 @@ public:
 
 private:
     unsigned Percent() const;
+    // " 12.5 files/s, 0:07 left", or nothing without ShowRate.
+    std::string RateText(double seconds) const;
     void DrawBar();
     void WriteLine();
 
@@ -44,6 +54,9 @@ private:
     int m_drawnPercent = -1;
     int m_writtenTenth = -1;
     int64_t m_writtenDone = -1;
+    std::string m_rateUnit;
+    std::function<double()> m_seconds;
+    double m_drawnAt = -1;
 };
 
 }  // namespace zandb4::tool

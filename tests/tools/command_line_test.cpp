@@ -56,12 +56,14 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_TRUE(Contains(run.out, "  commit  move the files waiting in staging")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  tags    list the tags of the catalogue")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  albums  list the albums of the catalogue")) << run.out;
-        for (const char* code :
-             {"  0  success", "  1  bad usage", "  2  ROOT missing", "  3  the library could not start",
-              "  4  the catalogue cannot be read", "  5  the output cannot be written"})
+        EXPECT_TRUE(Contains(run.out, "  import  add the pictures and movies of folders")) << run.out;
+        for (const char* code : {"  0  success", "  1  bad usage", "  2  ROOT missing",
+                                 "  3  the library could not start", "  4  the catalogue cannot be read",
+                                 "  5  the output cannot be written", "  6  import stopped by Ctrl-C"})
             EXPECT_TRUE(Contains(run.out, code)) << code << "\n" << run.out;
     }
-    EXPECT_EQ(ListedCommands(), (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums"}));
+    EXPECT_EQ(ListedCommands(),
+              (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
@@ -121,9 +123,21 @@ TEST(ToolCommandLine, UsageErrorsSayWhatWasWrong) {
         {{"tags"}, "zandb4 tags: missing ROOT\n", "Try 'zandb4 tags --help'"},
         {{"albums", "--json"}, "zandb4 albums: missing ROOT\n", "Try 'zandb4 albums --help'"},
         {{"tags", "a", "b"}, "zandb4 tags: unexpected argument 'b'\n", "Try 'zandb4 tags --help'"},
-        {{"albums", "r", "--where", "album=1"}, "zandb4 albums: unknown option '--where'\n",
+        {{"albums", "r", "--where", "album=1"},
+         "zandb4 albums: unknown option '--where'\n",
          "Try 'zandb4 albums --help'"},
         {{"info", "a", "b"}, "zandb4 info: unexpected argument 'b'\n", "Try 'zandb4 info --help'"},
+        {{"import"}, "zandb4 import: missing ROOT\n", "Try 'zandb4 import --help'"},
+        {{"import", "r", "--recursive"}, "zandb4 import: missing FOLDER\n", "Try 'zandb4 import --help'"},
+        {{"import", "r", "f", "--batch", "0"},
+         "zandb4 import: bad batch size '0': must be a number from 1 to",
+         "Try 'zandb4 import --help'"},
+        {{"import", "r", "f", "g", "--batch", "ten"},
+         "zandb4 import: bad batch size 'ten'",
+         "Try 'zandb4 import --help'"},
+        {{"import", "r", "f", "--batch"},
+         "zandb4 import: option '--batch' needs a value (N)\n",
+         "Try 'zandb4 import --help'"},
         {{"init", "r", "--sort"}, "zandb4 init: unknown option '--sort'\n", "Try 'zandb4 init --help'"},
         {{"info", "r", "-x"}, "zandb4 info: unknown option '-x'\n", "Try 'zandb4 info --help'"},
         {{"info", "r", "--where", "format=1"}, "zandb4 info: unknown option '--where'\n", "Try 'zandb4 info --help'"},

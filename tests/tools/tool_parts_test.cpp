@@ -163,6 +163,47 @@ TEST(ProgressReporter, ABarRedrawnInPlaceOnATerminal) {
     EXPECT_EQ(text.substr(text.rfind('\r')), "\rcopying [##############################] 100% 1000000/1000000\n");
 }
 
+TEST(ProgressReporter, PlainLinesTellTheSpeedAndTheTimeLeft) {
+    std::ostringstream out;
+    double now = 0;
+    ProgressReporter progress(out, false, "import", 100);
+    progress.ShowRate("files", [&now] { return now; });
+    now = 2;
+    progress.Update(10);  // 5 files/s, 90 left: 18 s
+    now = 400;
+    progress.Update(20);  // 0.05 files/s, 80 left: 1600 s
+    now = 500;
+    progress.Update(100);
+    progress.Finish();
+    EXPECT_EQ(out.str(),
+              "import: 10/100 (10%) 5.0 files/s, 0:18 left\n"
+              "import: 20/100 (20%) 0.1 files/s, 26:40 left\n"
+              "import: 100/100 (100%) 0.2 files/s\n");
+}
+
+TEST(ProgressReporter, ABarWithASpeedIsRedrawnAtMostFourTimesASecond) {
+    std::ostringstream out;
+    double now = 0;
+    ProgressReporter progress(out, true, "import", 1000000);
+    progress.ShowRate("files", [&now] { return now; });
+    // A million steps in 10 seconds of the fake clock: redrawn for the bar
+    // and the percentage (as without a speed) and four times a second.
+    for (uint64_t done = 0; done <= 1000000; ++done) {
+        now = static_cast<double>(done) / 100000;
+        progress.Update(done);
+    }
+    progress.Finish();
+    std::string text = out.str();
+    EXPECT_GE(CountOf(text, '\r'), 100u);
+    EXPECT_LE(CountOf(text, '\r'), 131u + 41u);
+    EXPECT_EQ(CountOf(text, '\n'), 1u);
+    EXPECT_EQ(text.substr(0, text.find('\r', 1)),
+              "\rimport [..............................]   0% 0/1000000 -- files/s   ");
+    EXPECT_EQ(text.substr(text.rfind('\r')),
+              "\rimport [##############################] 100% 1000000/1000000 100000.0 files/s   \n");
+    EXPECT_NE(text.find("500000/1000000 100000.0 files/s, 0:05 left"), std::string::npos);
+}
+
 TEST(ProgressReporter, NothingToDoIsDoneAtOnce) {
     std::ostringstream plain, terminal;
     ProgressReporter(plain, false, "none", 0).Finish();
