@@ -1,10 +1,13 @@
-// Text and JSON output of the tags and albums of a catalogue.
+// Text and JSON output of the tags and albums of a catalogue, and the run of
+// the two commands that print them.
 #include "album_listing.h"
 
 #include <charconv>
 
+#include "catalogue_report.h"
 #include "file_listing.h"
 #include "json_writer.h"
+#include "result_names.h"
 #include "text_output.h"
 
 namespace zandb4::tool {
@@ -87,6 +90,32 @@ void PrintAlbumsJson(const std::vector<AlbumRow>& albums, std::ostream& out) {
     }
     json.EndArray();
     json.Finish();
+}
+
+int RunLabelListing(const Invocation& invocation, bool albums) {
+    const std::string& root = invocation.operands[0];
+    const Reporter& report = invocation.report;
+    if (int failed = RequireReadableCatalogue(root, report); failed != kExitOk) return failed;
+
+    LabelsResult read = albums ? ReadAlbums(root, kBusyMilliseconds) : ReadTags(root, kBusyMilliseconds);
+    switch (read.outcome) {
+        case LabelsResult::Outcome::kStartFailed:
+            return report.Fail(kExitLibraryFailed, root,
+                               "the library could not start read-only: " + DescribeResult(read.result));
+        case LabelsResult::Outcome::kReadFailed:
+            return report.Fail(kExitUnreadable, CatalogueFile(root).string(), read.reason);
+        case LabelsResult::Outcome::kRead:
+            break;
+    }
+    const bool json = invocation.Has("--json");
+    if (albums) {
+        json ? PrintAlbumsJson(read.albums, invocation.out) : PrintAlbumsText(read.albums, invocation.out);
+        if (read.albums.empty()) report.Note("no albums");
+    } else {
+        json ? PrintTagsJson(read.tags, invocation.out) : PrintTagsText(read.tags, invocation.out);
+        if (read.tags.empty()) report.Note("no tags");
+    }
+    return kExitOk;
 }
 
 }  // namespace zandb4::tool

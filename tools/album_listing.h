@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "album_tag_reader.h"
+#include "command.h"
 
 namespace zandb4::tool {
 
@@ -26,5 +27,10 @@ void PrintAlbumsText(const std::vector<AlbumRow>& albums, std::ostream& out);
 // "latest": ..., "latitude": 35.5, "longitude": 139.25, "area": "..."}, ...];
 // a date is null when there is none.
 void PrintAlbumsJson(const std::vector<AlbumRow>& albums, std::ostream& out);
+
+// The whole run of "zandb4 tags" (albums false) or "zandb4 albums": the
+// catalogue checked, read read-only, printed as lines or with --json as JSON;
+// none found is a note on standard error and still exit 0.
+int RunLabelListing(const Invocation& invocation, bool albums);
 
 }  // namespace zandb4::tool

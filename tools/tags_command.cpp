@@ -1,10 +1,7 @@
 // "zandb4 tags ROOT [--json]": list the catalogue's tags with the number of
 // files linked to each, changing nothing.
 #include "album_listing.h"
-#include "album_tag_reader.h"
-#include "catalogue_report.h"
 #include "commands.h"
-#include "result_names.h"
 
 namespace zandb4::tool {
 namespace {
@@ -14,28 +11,7 @@ constexpr OptionSpec kOptions[] = {
     {"--json", "", false, "print one JSON array of objects instead of lines"},
 };
 
-int RunTags(const Invocation& invocation) {
-    const std::string& root = invocation.operands[0];
-    const Reporter& report = invocation.report;
-    if (int failed = RequireReadableCatalogue(root, report); failed != kExitOk) return failed;
-
-    LabelsResult read = ReadTags(root, kBusyMilliseconds);
-    switch (read.outcome) {
-        case LabelsResult::Outcome::kStartFailed:
-            return report.Fail(kExitLibraryFailed, root,
-                               "the library could not start read-only: " + DescribeResult(read.result));
-        case LabelsResult::Outcome::kReadFailed:
-            return report.Fail(kExitUnreadable, CatalogueFile(root).string(), read.reason);
-        case LabelsResult::Outcome::kRead:
-            break;
-    }
-    if (invocation.Has("--json"))
-        PrintTagsJson(read.tags, invocation.out);
-    else
-        PrintTagsText(read.tags, invocation.out);
-    if (read.tags.empty()) report.Note("no tags");
-    return kExitOk;
-}
+int RunTags(const Invocation& invocation) { return RunLabelListing(invocation, false); }
 
 }  // namespace
 

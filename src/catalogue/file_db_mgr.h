@@ -162,6 +162,9 @@ private:
     template <class WriteRow>
     HRESULT AddGroup(CArray<uint64_t>* children, uint64_t* outId, IZanDB4FileDBRecord* record, bool refuseNullRecord,
                      WriteRow&& writeRow);
+    // AddLargeMetaData (replace false) and UpdateLargeMetaData: the object's
+    // bytes and type to the metadata shards.
+    HRESULT WriteLargeMetaData(uint64_t fileId, IZanDB4FileLargeMetaData* data, bool replace);
     // Closes the shards of a factory and deletes its folder.
     static void DeleteFactoryFolder(CSQLiteThumbDBFactory* factory);
 

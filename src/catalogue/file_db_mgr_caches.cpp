@@ -135,7 +135,7 @@ HRESULT CZanDB4FileDBMgr::DeleteEditFileCache(uint64_t fileId) {
     });
 }
 
-HRESULT CZanDB4FileDBMgr::AddLargeMetaData(uint64_t fileId, IZanDB4FileLargeMetaData* data) {
+HRESULT CZanDB4FileDBMgr::WriteLargeMetaData(uint64_t fileId, IZanDB4FileLargeMetaData* data, bool replace) {
     if (data == nullptr) return E_INVALIDARG;
     return Locked(E_FAIL, [&](CSQLiteFileBasicDB&) {
         if (m_metaFactory == nullptr) return E_FAIL;
@@ -143,8 +143,13 @@ HRESULT CZanDB4FileDBMgr::AddLargeMetaData(uint64_t fileId, IZanDB4FileLargeMeta
         uint32_t size = 0, type = 0;
         data->GetData(&bytes, &size);
         data->GetType(&type);
-        return m_metaFactory->AddMetaData(fileId, type, bytes, size);
+        return replace ? m_metaFactory->UpdateMetaData(fileId, type, bytes, size)
+                       : m_metaFactory->AddMetaData(fileId, type, bytes, size);
     });
+}
+
+HRESULT CZanDB4FileDBMgr::AddLargeMetaData(uint64_t fileId, IZanDB4FileLargeMetaData* data) {
+    return WriteLargeMetaData(fileId, data, false);
 }
 
 HRESULT CZanDB4FileDBMgr::GetLargeMetaData(uint64_t fileId, IZanDB4FileLargeMetaData** outData) {
@@ -171,15 +176,7 @@ HRESULT CZanDB4FileDBMgr::GetLargeMetaData(uint64_t fileId, IZanDB4FileLargeMeta
 }
 
 HRESULT CZanDB4FileDBMgr::UpdateLargeMetaData(uint64_t fileId, IZanDB4FileLargeMetaData* data) {
-    if (data == nullptr) return E_INVALIDARG;
-    return Locked(E_FAIL, [&](CSQLiteFileBasicDB&) {
-        if (m_metaFactory == nullptr) return E_FAIL;
-        const void* bytes = nullptr;
-        uint32_t size = 0, type = 0;
-        data->GetData(&bytes, &size);
-        data->GetType(&type);
-        return m_metaFactory->UpdateMetaData(fileId, type, bytes, size);
-    });
+    return WriteLargeMetaData(fileId, data, true);
 }
 
 HRESULT CZanDB4FileDBMgr::DeleteLargeMetaData(uint64_t fileId) {
