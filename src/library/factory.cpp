@@ -17,6 +17,8 @@
 #include "catalogue/file_basic_db.h"
 #include "catalogue/file_db_mgr.h"
 #include "faces/face_db_record.h"
+#include "faces/individual_db_record.h"
+#include "faces/individual_group_db_record.h"
 #include "library/database_registry.h"
 #include "records/file_db_record.h"
 #include "records/file_large_meta_data.h"
@@ -60,8 +62,9 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4EditFileCache, [] () -> IUnknown* { return new CZanDB4EditFileCache(); }},
     {&IID_IZanDB4FileLargeMetaData, [] () -> IUnknown* { return new CZanDB4FileLargeMetaData(); }},
     {&IID_IZanDB4FaceDBRecord, [] () -> IUnknown* { return new CZanDB4FaceDBRecord(); }},
-    {&IID_IZanDB4IndividualDBRecord, nullptr},
-    {&IID_IZanDB4IndividualGroupDBRecord, nullptr},
+    {&IID_IZanDB4IndividualDBRecord,
+     [] () -> IUnknown* { return new CZanDB4IndividualDBRecord(DatabaseRegistry::fileBasicDB); }},
+    {&IID_IZanDB4IndividualGroupDBRecord, [] () -> IUnknown* { return new CZanDB4IndividualGroupDBRecord(); }},
     {&IID_IZanDB4FaceDBMgr, nullptr},
     {&IID_IZanDB4FileCache, [] () -> IUnknown* { return new CZanDB4FileCache(); }},
     {&IID_IZanDB4ImportDBMgr, [] () -> IUnknown* { return new CZanDB4ImportMgr(DatabaseRegistry::fileBasicDB); }},
