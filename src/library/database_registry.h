@@ -11,9 +11,11 @@
 
 #include "frame/file_record_cache.h"
 
+class CSQLiteAccessLogDB;
 class CSQLiteAsyncDB;
 class CSQLiteFaceFeaturePointDBMgr;
 class CSQLiteFileBasicDB;
+class CSQLiteMemDB;
 class CSQLiteMetaDataDBFactory;
 class CSQLiteThumbDBMgr;
 
@@ -27,6 +29,12 @@ inline CSQLiteFileBasicDB* fileBasicDB = nullptr;
 // The staging store, "FileBasicAsync.db": new files and faces wait here
 // until they move into the catalogue.
 inline CSQLiteAsyncDB* asyncDB = nullptr;
+
+// The application's keyed memos, "Memory.db".
+inline CSQLiteMemDB* memDB = nullptr;
+
+// The application's usage statistics, "UserLog.db".
+inline CSQLiteAccessLogDB* accessLogDB = nullptr;
 
 // The seven thumbnail families, each with a folder "<name>_0s" for kind 1
 // and "<name>_1s" for kind 2: files, person and pet icons (individuals),

@@ -21,6 +21,8 @@
 #include "faces/individual_db_record.h"
 #include "faces/individual_group_db_record.h"
 #include "library/database_registry.h"
+#include "logs/access_log_mgr.h"
+#include "logs/memory_data_mgr.h"
 #include "records/file_db_record.h"
 #include "records/file_large_meta_data.h"
 #include "records/file_meta_db_record.h"
@@ -87,8 +89,9 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4GPSLogDBRecord, nullptr},
     {&IID_IZanDB4GPSLogFileRecord, nullptr},
     {&IID_IZanDB4GPSLogDBMgr, nullptr},
-    {&IID_IZanDB4MemoryDataMgr, nullptr},
-    {&IID_IZanDB4AccessLogDBMgr, nullptr},
+    {&IID_IZanDB4MemoryDataMgr, [] () -> IUnknown* { return new CZanDB4MemoryDataMgr(DatabaseRegistry::memDB); }},
+    {&IID_IZanDB4AccessLogDBMgr,
+     [] () -> IUnknown* { return new CZanDB4AccessLogDBMgr(DatabaseRegistry::accessLogDB); }},
     {&IID_IZanDB4AppLogDBMgr, nullptr},
 };
 
