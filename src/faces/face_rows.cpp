@@ -7,6 +7,7 @@
 #include "faces/face_tables.h"
 #include "frame/com_ptr.h"
 #include "frame/factory.h"
+#include "shards/shard_files.h"
 #include "storage/result_codes.h"
 #include "storage/statement.h"
 #include "zandb4/identifiers.h"
@@ -18,20 +19,6 @@ using namespace face_tables;
 namespace {
 
 bool IsIndividualType(uint32_t type) { return type == CSQLiteFileBasicDB::kPerson || type == CSQLiteFileBasicDB::kPet; }
-
-// The count that statementFormat gives with its %s replaced by the ids, each
-// quoted and followed by a comma, the last comma cut. 0 on any failure.
-uint32_t CountOutside(sqlite3* db, const WCHAR* statementFormat, const CArray<uint64_t>& ids) {
-    CZanTString list;
-    for (ptrdiff_t index = 0; index < ids.GetSize(); ++index)
-        list.AppendFormat(u"'%llu',", static_cast<unsigned long long>(ids.GetAt(index)));
-    if (!list.IsEmpty()) list = CZanTString(list.GetString(), list.GetLength() - 1);
-    CZanTString sql;
-    sql.Format(statementFormat, list.GetString());
-    Statement count(db, sql.GetString());
-    if (!count.IsPrepared() || count.Step() != SQLITE_ROW) return 0;
-    return static_cast<uint32_t>(count.ColumnInt64(0));
-}
 
 }  // namespace
 
@@ -161,17 +148,18 @@ HRESULT FaceTableRows::GetFacesInFile(uint64_t fileId, uint32_t type, CArray<IZa
     return outRecords.IsEmpty() ? E_FAIL : S_OK;
 }
 
-uint32_t FaceTableRows::CountFacesOutsideFiles(uint32_t type, const CArray<uint64_t>& fileIds) {
+uint32_t FaceTableRows::CountFacesOutsideFiles(uint32_t type, const CZanTArray<uint64_t>& fileIds) {
     if (!IsIndividualType(type)) return 0;
-    return CountOutside(m_store.m_db, ForType(type, kCountPersonFacesOutsideFiles, kCountPetFacesOutsideFiles),
-                        fileIds);
+    return shard_files::CountNotIn(m_store.m_db,
+                                   ForType(type, kCountPersonFacesOutsideFiles, kCountPetFacesOutsideFiles),
+                                   shard_files::QuotedIdList(fileIds));
 }
 
-uint32_t FaceTableRows::CountFacesOutsideIndividuals(uint32_t type, const CArray<uint64_t>& individualIds) {
+uint32_t FaceTableRows::CountFacesOutsideIndividuals(uint32_t type, const CZanTArray<uint64_t>& individualIds) {
     if (!IsIndividualType(type)) return 0;
-    return CountOutside(m_store.m_db,
-                        ForType(type, kCountPersonFacesOutsideIndividuals, kCountPetFacesOutsideIndividuals),
-                        individualIds);
+    return shard_files::CountNotIn(
+        m_store.m_db, ForType(type, kCountPersonFacesOutsideIndividuals, kCountPetFacesOutsideIndividuals),
+        shard_files::QuotedIdList(individualIds));
 }
 
 HRESULT FaceTableRows::LoadFace(uint64_t faceId, uint32_t type, IZanDB4FaceDBRecord** outRecord) {

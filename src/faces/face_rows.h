@@ -54,8 +54,8 @@ public:
     HRESULT GetFacesInFile(uint64_t fileId, uint32_t type, CArray<IZanDB4FaceDBRecord*>& outRecords);
     // The number of faces whose file, or individual, is none of the ids; 0
     // on any failure. For the dead-link check.
-    uint32_t CountFacesOutsideFiles(uint32_t type, const CArray<uint64_t>& fileIds);
-    uint32_t CountFacesOutsideIndividuals(uint32_t type, const CArray<uint64_t>& individualIds);
+    uint32_t CountFacesOutsideFiles(uint32_t type, const CZanTArray<uint64_t>& fileIds);
+    uint32_t CountFacesOutsideIndividuals(uint32_t type, const CZanTArray<uint64_t>& individualIds);
     // Deletes one face and notes its individual for the recount; a missing
     // row is S_OK.
     HRESULT DeleteFace(uint64_t faceId, uint32_t type);

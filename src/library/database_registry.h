@@ -12,6 +12,7 @@
 #include "frame/file_record_cache.h"
 
 class CSQLiteAsyncDB;
+class CSQLiteFaceFeaturePointDBMgr;
 class CSQLiteFileBasicDB;
 class CSQLiteMetaDataDBFactory;
 class CSQLiteThumbDBMgr;
@@ -37,6 +38,11 @@ inline CSQLiteThumbDBMgr* psnfThumbMgr = nullptr;
 inline CSQLiteThumbDBMgr* ptfThumbMgr = nullptr;
 inline CSQLiteThumbDBMgr* albmThumbMgr = nullptr;
 inline CSQLiteThumbDBMgr* grfThumbMgr = nullptr;
+
+// The two feature point families: persons ("rfpw", "rfpg", "rfpi") and
+// pets ("tfpw", "tfpg", "tfpi").
+inline CSQLiteFaceFeaturePointDBMgr* rfpMgr = nullptr;
+inline CSQLiteFaceFeaturePointDBMgr* tfpMgr = nullptr;
 
 // The large-metadata shards, folder "meta".
 inline CSQLiteMetaDataDBFactory* metaFactory = nullptr;

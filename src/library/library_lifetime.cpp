@@ -8,6 +8,7 @@
 // Stores are made in a fixed order and closed in another, with the catalogue
 // last because everything before it may still reach it.
 #include "catalogue/file_basic_db.h"
+#include "faces/feature_point_mgr.h"
 #include "frame/factory.h"
 #include "library/database_registry.h"
 #include "library/library_paths.h"
@@ -65,6 +66,22 @@ void CloseThumbnailFamily(CSQLiteThumbDBMgr*& member) {
     member = nullptr;
 }
 
+// A feature point family with its working, group and individual sets; the
+// working set opens the shards already on disk.
+void MakeFeaturePointFamily(CSQLiteFaceFeaturePointDBMgr*& member, const CZanTString& databaseFolder,
+                            const WCHAR* working, const WCHAR* group, const WCHAR* individual) {
+    member = new CSQLiteFaceFeaturePointDBMgr();
+    member->Initialize(databaseFolder, working, group, individual);
+}
+
+// Drops the empty working shards, closes every shard and destroys the family.
+void CloseFeaturePointFamily(CSQLiteFaceFeaturePointDBMgr*& member) {
+    if (member == nullptr) return;
+    member->CloseAllShards();
+    delete member;
+    member = nullptr;
+}
+
 template <class Store>
 void CloseStore(Store*& member) {
     if (member == nullptr) return;
@@ -105,9 +122,9 @@ HRESULT StartLibrary(const WCHAR* root) {
 
     // The stores, in their fixed order. A store that fails to open stays in
     // the registry without a connection; its operations then answer E_FAIL.
-    // (The GPS, memory-data and access-log stores and the feature point
-    // families take their places as their classes join the library.)
-    // No shard folder is made here: each is made when its first shard is.
+    // (The GPS, memory-data and access-log stores take their places as
+    // their classes join the library.) No shard folder is made here: each is
+    // made when its first shard is.
     OpenStore(DatabaseRegistry::fileBasicDB, databaseFolder, u"FileBasic.db");
     OpenStore(DatabaseRegistry::asyncDB, databaseFolder, u"FileBasicAsync.db");
     MakeThumbnailFamily(DatabaseRegistry::thumbMgr, databaseFolder, u"thumb");
@@ -116,6 +133,8 @@ HRESULT StartLibrary(const WCHAR* root) {
     MakeThumbnailFamily(DatabaseRegistry::psnfThumbMgr, databaseFolder, u"psnf");
     MakeThumbnailFamily(DatabaseRegistry::ptfThumbMgr, databaseFolder, u"ptf");
     MakeThumbnailFamily(DatabaseRegistry::albmThumbMgr, databaseFolder, u"albm");
+    MakeFeaturePointFamily(DatabaseRegistry::rfpMgr, databaseFolder, u"rfpw", u"rfpg", u"rfpi");
+    MakeFeaturePointFamily(DatabaseRegistry::tfpMgr, databaseFolder, u"tfpw", u"tfpg", u"tfpi");
     MakeThumbnailFamily(DatabaseRegistry::grfThumbMgr, databaseFolder, u"grf");
     CZanTString metaFolder(databaseFolder);
     metaFolder.AppendPath(thumbnail_families::kMetaDataFolder);
@@ -176,8 +195,10 @@ extern "C" HRESULT ZanDB4_Finalize() {
     // The thumbnail families close (each commits what its shards hold),
     // then the metadata shards, then the file thumbnails, and the catalogue
     // last, because everything before it may still reach it. (GPS, memory
-    // data, the access log and the feature point families close before the
-    // thumbnail families as their classes join the library.)
+    // data and the access log close before the feature point families as
+    // their classes join the library.)
+    CloseFeaturePointFamily(DatabaseRegistry::rfpMgr);
+    CloseFeaturePointFamily(DatabaseRegistry::tfpMgr);
     CloseThumbnailFamily(DatabaseRegistry::albmThumbMgr);
     CloseThumbnailFamily(DatabaseRegistry::psniThumbMgr);
     CloseThumbnailFamily(DatabaseRegistry::ptiThumbMgr);
