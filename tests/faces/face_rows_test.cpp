@@ -342,7 +342,7 @@ TEST_P(FaceRows, CountFacesOutsideFilesCountsTheFacesOfFilesNotListed) {
     InsertFace(Type(), 101, 11, 5);
     InsertFace(Type(), 102, 12, 6);
     InsertFace(Type(), 103, 12, 0);
-    CArray<uint64_t> files;
+    CZanTArray<uint64_t> files;
     files.Add(10);
     files.Add(12);
     EXPECT_EQ(Faces().CountFacesOutsideFiles(Type(), files), 1u);
@@ -362,7 +362,7 @@ TEST_P(FaceRows, CountFacesOutsideIndividualsCountsTheFacesOfIndividualsNotListe
     InsertFace(Type(), 101, 10, 5);
     InsertFace(Type(), 102, 11, 6);
     InsertFace(Type(), 103, 12, 6);
-    CArray<uint64_t> individuals;
+    CZanTArray<uint64_t> individuals;
     individuals.Add(5);
     EXPECT_EQ(Faces().CountFacesOutsideIndividuals(Type(), individuals), 3u);
     individuals.Add(6);
@@ -374,7 +374,7 @@ TEST_P(FaceRows, CountFacesOutsideIndividualsCountsTheFacesOfIndividualsNotListe
 TEST_P(FaceRows, CountsOutsideLookAtTheirOwnTwinOnly) {
     InsertFace(Type(), 100, 10, 5);
     const uint32_t other = Type() == kPerson ? kPet : kPerson;
-    CArray<uint64_t> ids;
+    CZanTArray<uint64_t> ids;
     ids.Add(77);
     EXPECT_EQ(Faces().CountFacesOutsideFiles(other, ids), 0u);
     EXPECT_EQ(Faces().CountFacesOutsideIndividuals(other, ids), 0u);
@@ -385,7 +385,7 @@ TEST_P(FaceRows, CountsOutsideLookAtTheirOwnTwinOnly) {
 TEST_F(FaceStoreTest, CountsOutsideOfATypeOtherThanPersonOrPetAreZero) {
     InsertFace(kPerson, 100, 10, 5);
     InsertFace(kPet, 100, 10, 5);
-    CArray<uint64_t> ids;
+    CZanTArray<uint64_t> ids;
     ids.Add(77);
     for (uint32_t type : {0u, 3u}) {
         EXPECT_EQ(Faces().CountFacesOutsideFiles(type, ids), 0u) << type;
