@@ -371,6 +371,25 @@ TEST_P(FaceRows, CountFacesOutsideIndividualsCountsTheFacesOfIndividualsNotListe
     EXPECT_EQ(Faces().CountFacesOutsideIndividuals(Type(), individuals), 0u);
 }
 
+TEST_P(FaceRows, CountsOutsideQuoteEachIdAndSeparateThemByCommas) {
+    InsertFace(Type(), 100, 10, 5);
+    CZanTArray<uint64_t> ids;
+    ids.Add(10);
+    ids.Add(18446744073709551615ull);
+    ids.Add(0);
+    std::vector<std::string> texts;
+    {
+        StatementTrace trace(Catalogue().m_db);
+        EXPECT_EQ(Faces().CountFacesOutsideFiles(Type(), ids), 0u);
+        EXPECT_EQ(Faces().CountFacesOutsideIndividuals(Type(), ids), 1u);
+        texts = trace.Texts();
+    }
+    EXPECT_EQ(texts, (std::vector<std::string>{"SELECT COUNT(*) FROM " + FaceTable() +
+                                                   " WHERE file_id NOT IN ('10','18446744073709551615','0')",
+                                               "SELECT COUNT(*) FROM " + FaceTable() + " WHERE " + FaceOwnerColumn() +
+                                                   " NOT IN ('10','18446744073709551615','0')"}));
+}
+
 TEST_P(FaceRows, CountsOutsideLookAtTheirOwnTwinOnly) {
     InsertFace(Type(), 100, 10, 5);
     const uint32_t other = Type() == kPerson ? kPet : kPerson;

@@ -4,8 +4,9 @@
 // every store call, and short ways to make face, individual and group
 // records through the factory, to put rows in with SQL, to read the rows
 // back on the store's own connection (uncommitted state) or from the file
-// on disk (committed state), and to count the statements open on the
-// catalogue's connection.
+// on disk (committed state), to count the statements open on the
+// catalogue's connection, and to collect the texts of the statements it
+// runs.
 //
 // Persons and pets are run through the same tests by a Twin that names the
 // tables and columns of each type.
@@ -124,6 +125,27 @@ inline SYSTEMTIME Moment(uint16_t year, uint16_t month, uint16_t day, uint16_t h
 inline int64_t Packed(const SYSTEMTIME& time) {
     return CZanTDateTime(time).GetPacked();
 }
+
+// Collects the text of every statement run on a connection while it lives.
+class StatementTrace {
+public:
+    explicit StatementTrace(sqlite3* db) : m_db(db) { sqlite3_trace_v2(m_db, SQLITE_TRACE_STMT, &Collect, this); }
+    ~StatementTrace() { sqlite3_trace_v2(m_db, 0, nullptr, nullptr); }
+    StatementTrace(const StatementTrace&) = delete;
+    StatementTrace& operator=(const StatementTrace&) = delete;
+
+    const std::vector<std::string>& Texts() const { return m_texts; }
+
+private:
+    static int Collect(unsigned, void* context, void* statement, void*) {
+        const char* sql = sqlite3_sql(static_cast<sqlite3_stmt*>(statement));
+        static_cast<StatementTrace*>(context)->m_texts.push_back(sql != nullptr ? sql : "");
+        return 0;
+    }
+
+    sqlite3* m_db;
+    std::vector<std::string> m_texts;
+};
 
 class FaceStoreTest : public file_record_test::FileRecordTest {
 protected:
