@@ -15,6 +15,7 @@
 
 #include "command.h"
 #include "feature_point_report.h"
+#include "logs_report.h"
 #include "shard_report.h"
 #include "store_reader.h"
 
@@ -76,12 +77,15 @@ struct CatalogueReport {
     std::vector<ShardFolderReport> shards;
     std::vector<FeaturePointSetReport> featurePoints;
     StagingSummary staging;
+    MemoryDataSummary memoryData;
+    UsageLogSummary usageLog;
 };
 
 // Reads root/database and root/information; every ".db" file is read as a
 // store, counting the rows of each of its tables. Then counts the shard
 // files and rows of every shard folder under root/database, and the shard
-// files and points of every feature point set.
+// files and points of every feature point set. The staging, memory data and
+// usage log summaries come from the stores read.
 CatalogueReport ReadCatalogueReport(const std::string& root);
 
 // One line per folder, per entry, and per table of a store; names escaped

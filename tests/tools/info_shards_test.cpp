@@ -101,10 +101,13 @@ TEST_F(InfoShards, TextCountsShardFilesAndRowsPerFamilyAndKind) {
         "  database/tfpw  tfp working: missing\n"
         "  database/tfpg  tfp group: missing\n"
         "  database/tfpi  tfp individual: missing\n"
-        "staged  0 files, 0 person faces, 0 pet faces\n";
+        "staged  0 files, 0 person faces, 0 pet faces\n"
+        "memos   0 entries\n"
+        "usage   0 day values, 0 strings, 0 launch days, 0 histories, 0 edit parameters\n";
     size_t at = run.out.find("shard folders\n");
     ASSERT_NE(at, std::string::npos) << run.out;
-    // The shard part and the staged counts come last.
+    // The shard part, the staged counts and the application's stores come
+    // last.
     EXPECT_EQ(run.out.substr(at), expected);
 }
 
