@@ -14,5 +14,6 @@ const Command& TagsCommand();
 const Command& AlbumsCommand();
 const Command& ImportCommand();
 const Command& FacesCommand();
+const Command& StatsCommand();
 
 }  // namespace zandb4::tool
