@@ -46,7 +46,8 @@ inline CZanTDateTime Date(uint16_t year, uint16_t month, uint16_t day, uint16_t 
     return CZanTDateTime(Moment(year, month, day, hour, minute, second));
 }
 
-// The day key as the design computes it, written out apart from the store.
+// The day key of a day (the packed date with no time of day), written out
+// apart from the store.
 inline int64_t DayKey(uint16_t year, uint16_t month, uint16_t day) {
     return ((static_cast<int64_t>(year) << 16) + (static_cast<int64_t>(month) << 8) + day) << 24;
 }
