@@ -361,6 +361,94 @@ TEST_P(FeaturePointSet, VacuumOfASetThatWasNeverUsedSucceeds) {
     EXPECT_EQ(Individual(Type())->OpenShardCount(), 0u);
 }
 
+TEST_P(FeaturePointSet, CommitShardsOfTheWorkingSetSucceedsWhateverItsShardsAnswer) {
+    ASSERT_EQ(Insert(Working(Type()), 5, Point(5)), S_OK);
+    CSQLiteFaceFeaturePointDB* shard = nullptr;
+    ASSERT_EQ(Working(Type())->GetShard(&shard, 5, false), S_OK);
+    ASSERT_EQ(shard->Close(), S_OK);
+    EXPECT_EQ(Working(Type())->CommitShards(), S_OK);
+}
+
+TEST_P(FeaturePointSet, InsertAndUpdateOfSeveralBlocksGoToTheShardOfTheId) {
+    Bytes a = Point(1, 3), b = Point(2, 5);
+    const void* data[] = {a.data(), b.data()};
+    const uint32_t sizes[] = {3, 5};
+    CSQLiteFaceFeaturePointDBFactory* individual = Individual(Type());
+    EXPECT_EQ(individual->UpdateFeaturePoints(3003, data, sizes, 2), kInvalidArg);
+    ASSERT_EQ(individual->InsertFeaturePoints(3003, data, sizes, 2), S_OK);
+    EXPECT_EQ(individual->InsertFeaturePoints(3004, data, sizes, 0), kInvalidArg);
+    CommitShards();
+    fs::path file = ShardFile(Type(), Set::kIndividual, 3);
+    EXPECT_EQ(DiskFormat(file, 3003), 1);
+    EXPECT_EQ(DiskBlob(file, 3003), Hex(Packed({a, b})));
+    const void* one[] = {b.data()};
+    ASSERT_EQ(individual->UpdateFeaturePoints(3003, one, sizes + 1, 1), S_OK);
+    CommitShards();
+    EXPECT_EQ(DiskFormat(file, 3003), 0);
+    EXPECT_EQ(DiskBlob(file, 3003), Hex(b));
+}
+
+TEST_P(FeaturePointSet, AShardThatCannotBeOpenedDoesNotEnterTheMap) {
+    // A file where the set's folder should be.
+    fs::create_directories(Database());
+    zandb4::testing::WriteFile(Folder(Type(), Set::kGroup), "in the way");
+    CSQLiteFaceFeaturePointDB* shard = nullptr;
+    EXPECT_EQ(Group(Type())->GetShard(&shard, 5, true), kFail);
+    EXPECT_EQ(shard, nullptr);
+    EXPECT_EQ(Group(Type())->OpenShardCount(), 0u);
+    EXPECT_EQ(Group(Type())->GetShard(&shard, 5, false), kFail);
+    EXPECT_EQ(Insert(Group(Type()), 5, Point(5)), kFail);
+    EXPECT_EQ(Group(Type())->RemoveFeaturePoint(5), S_OK);
+    std::vector<uint64_t> ids;
+    EXPECT_EQ(List(Group(Type()), ids), kFail);
+}
+
+TEST_P(FeaturePointSet, TheStartScanStopsAtAShardThatDoesNotOpen) {
+    for (uint64_t id : {5, 2005}) ASSERT_EQ(Insert(Working(Type()), id, Point(id)), S_OK);
+    ASSERT_EQ(ZanDB4_Finalize(), S_OK);
+    // A folder under the name of shard 1: it exists, but no store opens it.
+    fs::create_directory(ShardFile(Type(), Set::kWorking, 1));
+    ASSERT_EQ(ZanDB4_Initialize(m_root.Wide().GetString()), S_OK);
+    EXPECT_EQ(Working(Type())->OpenShardCount(), 1u);
+    std::vector<uint64_t> ids;
+    ASSERT_EQ(List(Working(Type()), ids), S_OK);
+    EXPECT_EQ(ids, (std::vector<uint64_t>{5}));
+}
+
+TEST_P(FeaturePointSet, AfterAVacuumARemovalInAPlainSetFindsNoOpenShard) {
+    ASSERT_EQ(Insert(Group(Type()), 5, Point(5)), S_OK);
+    ASSERT_EQ(Group(Type())->VacuumShards(), S_OK);
+    EXPECT_EQ(Group(Type())->RemoveFeaturePoint(5), S_OK);
+    EXPECT_EQ(DiskBlob(ShardFile(Type(), Set::kGroup, 0), 5), Hex(Point(5)));
+    // Once an id has opened the shard again, the removal takes place.
+    DataPtr data;
+    ASSERT_EQ(Group(Type())->GetFeaturePoint(5, data.Receive()), S_OK);
+    EXPECT_EQ(Group(Type())->RemoveFeaturePoint(5), S_OK);
+    CommitShards();
+    EXPECT_EQ(DiskBlob(ShardFile(Type(), Set::kGroup, 0), 5), "");
+}
+
+TEST_P(FeaturePointSet, AnIndexRowCanStandWithoutItsBlob) {
+    ASSERT_EQ(Insert(Working(Type()), 5, Point(5)), S_OK);
+    ASSERT_EQ(ZanDB4_Finalize(), S_OK);
+    // The blobs are lost; the next start makes an empty companion.
+    ASSERT_TRUE(fs::remove(CompanionFile(Type(), 0)));
+    ASSERT_EQ(ZanDB4_Initialize(m_root.Wide().GetString()), S_OK);
+    EXPECT_TRUE(fs::is_regular_file(CompanionFile(Type(), 0)));
+    std::vector<uint64_t> ids;
+    ASSERT_EQ(List(Working(Type()), ids), S_OK);
+    EXPECT_EQ(ids, (std::vector<uint64_t>{5}));
+    DataPtr data;
+    EXPECT_EQ(Working(Type())->GetFeaturePoint(5, data.Receive()), kFail);
+    // The update goes by the index; what the companion answers is not
+    // looked at.
+    CSQLiteFaceFeaturePointDB* shard = nullptr;
+    ASSERT_EQ(Working(Type())->GetShard(&shard, 5, false), S_OK);
+    Bytes bytes = Point(6);
+    EXPECT_EQ(shard->UpdateFeaturePoint(5, bytes.data(), 24, kRawFormat), S_OK);
+    EXPECT_EQ(Working(Type())->GetFeaturePoint(5, data.Receive()), kFail);
+}
+
 INSTANTIATE_TEST_SUITE_P(PersonsAndPets, FeaturePointSet, ::testing::Values(kPerson, kPet), TypeName);
 
 }  // namespace

@@ -168,6 +168,20 @@ TEST_P(FeaturePointFamily, CloseAllShardsDropsEmptyWorkingShardsAndClosesTheRest
     EXPECT_EQ(DiskBlob(ShardFile(Type(), Set::kGroup, 0), 6), Hex(Point(6)));
 }
 
+TEST_P(FeaturePointFamily, DropRemovesTheFeaturePointFoldersAFormerRunMade) {
+    for (Set set : {Set::kWorking, Set::kGroup, Set::kIndividual})
+        ASSERT_EQ(Insert(Factory(Type(), set), 5, Point(5)), S_OK);
+    ASSERT_EQ(ZanDB4_Finalize(), S_OK);
+    for (Set set : {Set::kWorking, Set::kGroup, Set::kIndividual})
+        ASSERT_TRUE(fs::is_regular_file(ShardFile(Type(), set, 0)));
+    EXPECT_EQ(ZanDB4_DropDatabase(m_root.Wide().GetString()), S_OK);
+    EXPECT_FALSE(fs::exists(Database()));
+    ASSERT_EQ(ZanDB4_Initialize(m_root.Wide().GetString()), S_OK);
+    EXPECT_EQ(Working(Type())->OpenShardCount(), 0u);
+    DataPtr data;
+    EXPECT_EQ(Group(Type())->GetFeaturePoint(5, data.Receive()), kFail);
+}
+
 INSTANTIATE_TEST_SUITE_P(PersonsAndPets, FeaturePointFamily, ::testing::Values(kPerson, kPet), TypeName);
 
 // ------------------------------------------------- the family on its own

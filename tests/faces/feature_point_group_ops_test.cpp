@@ -220,6 +220,36 @@ TEST_P(FeaturePointGroupOps, GroupReadsRefuseNullOutsAndBadTypes) {
     EXPECT_EQ(groups.GetFeaturePointGroup(groupId, OtherType(), &out), kFail);
 }
 
+TEST_P(FeaturePointGroupOps, TheStoreSideRowsRefuseBadTypesAndZeroCounts) {
+    AddFaceWithPoint(11);
+    const uint64_t groupId = MakeGroup({11});
+    CriticalSectionGuard guard(Catalogue()->m_lock);
+    FeaturePointGroupRows rows(*Catalogue());
+    const uint64_t faces[] = {12};
+    for (uint32_t bad : {0u, 3u}) {
+        std::vector<uint64_t> ids = {5};
+        EXPECT_EQ(rows.ListGroupFaceIDs(ids, groupId, bad), kInvalidArg) << bad;
+        EXPECT_TRUE(ids.empty());
+        std::vector<IZanDB4FaceDBRecord*> records;
+        EXPECT_EQ(rows.ListGroupFaces(records, groupId, bad), kInvalidArg) << bad;
+        EXPECT_EQ(rows.CountGroupItems(groupId, bad), 0u) << bad;
+        uint64_t newGroup = 99;
+        EXPECT_EQ(rows.InsertFeaturePointGroup(bad, faces, 1, 12, 0, &newGroup), kInvalidArg) << bad;
+        EXPECT_EQ(newGroup, 0u);
+        IZanDB4FaceFeaturePointGroup* group = nullptr;
+        EXPECT_EQ(rows.LoadFeaturePointGroup(groupId, bad, &group), kInvalidArg) << bad;
+        EXPECT_EQ(group, nullptr);
+    }
+    uint64_t newGroup = 99;
+    EXPECT_EQ(rows.InsertFeaturePointGroup(Type(), faces, 0, 12, 0, &newGroup), kInvalidArg);
+    EXPECT_EQ(newGroup, 0u);
+    EXPECT_EQ(rows.LoadFeaturePointGroup(groupId, Type(), nullptr), kInvalidArg);
+    EXPECT_EQ(rows.CountGroupItems(groupId, Type()), 1u);
+    EXPECT_EQ(rows.CountGroupItems(groupId + 1, Type()), 0u);
+    std::vector<uint64_t> none;
+    EXPECT_EQ(rows.ListGroupFaceIDs(none, groupId + 1, Type()), kFail);
+}
+
 // ------------------------------------------------------------ a face goes
 
 TEST_P(FeaturePointGroupOps, FaceCountStaysThreeAfterAFaceGoesWhileTheFaceIdsAreTwo) {

@@ -177,6 +177,45 @@ TEST_P(FeaturePointGroupRecord, GetFaceIdsOfAGroupWithoutItemsFailsWithAnEmptyAr
     EXPECT_TRUE(ids.IsEmpty());
 }
 
+TEST_P(FeaturePointGroupRecord, AFailedCachedLoadOfTheMembersIsNotRepeated) {
+    for (uint64_t face : {11, 12, 21}) AddFaceWithPoint(face);
+    GroupPtr group = LoadGroup(MakeGroup({11, 12}));
+    // Point the record at the id the next group will get: no items yet.
+    ASSERT_EQ(group->SetID(2), S_OK);
+    CArray<uint64_t> ids;
+    CArray<IZanDB4FaceDBRecord*> faces;
+    EXPECT_EQ(group->GetFaceIDs(&ids, 1), kFail);
+    EXPECT_EQ(group->GetFaces(&faces, 1), kFail);
+    ASSERT_EQ(MakeGroup({21}), 2u);
+    // The cache counts as loaded: still nothing from it.
+    EXPECT_EQ(group->GetFaceIDs(&ids, 1), kFail);
+    EXPECT_TRUE(ids.IsEmpty());
+    EXPECT_EQ(group->GetFaces(&faces, 1), kFail);
+    EXPECT_TRUE(faces.IsEmpty());
+    // Read now, the new member is there.
+    ASSERT_EQ(group->GetFaceIDs(&ids, 0), S_OK);
+    EXPECT_EQ(Ids(ids), (std::vector<uint64_t>{21}));
+    ASSERT_EQ(group->GetFaces(&faces, 0), S_OK);
+    EXPECT_EQ(TakeFaceIds(faces), (std::set<uint64_t>{21}));
+}
+
+TEST_P(FeaturePointGroupRecord, TheLastReleaseLetsGoOfTheCachedBlobAndFaces) {
+    for (uint64_t face : {11, 12}) AddFaceWithPoint(face);
+    GroupPtr group = LoadGroup(MakeGroup({11, 12}));
+    DataPtr data;
+    ASSERT_EQ(group->GetFeaturePoint(data.Receive()), S_OK);
+    CArray<IZanDB4FaceDBRecord*> faces;
+    ASSERT_EQ(group->GetFaces(&faces, 1), S_OK);
+    ASSERT_EQ(faces.GetSize(), 2);
+    EXPECT_EQ(RefCount(data.Get()), 2);
+    EXPECT_EQ(RefCountOf(faces.GetAt(0)), 2);
+    EXPECT_EQ(group.Detach()->Release(), 0u);
+    EXPECT_EQ(RefCount(data.Get()), 1);
+    EXPECT_EQ(RefCountOf(faces.GetAt(0)), 1);
+    EXPECT_EQ(RefCountOf(faces.GetAt(1)), 1);
+    EXPECT_EQ(TakeFaceIds(faces), (std::set<uint64_t>{11, 12}));
+}
+
 TEST_P(FeaturePointGroupRecord, GetFacesHandsOutRecordsWithTheirOwnReferences) {
     for (uint64_t face : {11, 12}) AddFaceWithPoint(face);
     GroupPtr group = LoadGroup(MakeGroup({11, 12}));

@@ -377,6 +377,37 @@ TEST_P(FeaturePointShard, GetFeaturePointRefusesANullOutAndNullsTheOutForNoRow) 
     }
 }
 
+TEST_P(FeaturePointShard, AStoredRowWithoutBytesReadsAsADataObjectWithoutABlob) {
+    CSQLiteFaceFeaturePointDB* shard = Shard(Set::kGroup, 42);
+    ASSERT_EQ(Insert(shard, 41, Point(41)), S_OK);
+    CommitShards();
+    {
+        // Rows another writer left: an empty blob and a null one.
+        SqliteProbe probe(GroupShard());
+        ASSERT_EQ(probe.Exec("INSERT INTO face_feature_point_table VALUES (42, 7, 1, x'')"), SQLITE_OK);
+        ASSERT_EQ(probe.Exec("INSERT INTO face_feature_point_table VALUES (43, 7, 0, NULL)"), SQLITE_OK);
+    }
+    for (uint64_t id : {42, 43}) {
+        DataPtr data;
+        ASSERT_EQ(shard->GetFeaturePoint(id, data.Receive()), S_OK) << id;
+        EXPECT_EQ(data->GetBlockCount(), 0u) << id;
+        const void* bytes = &data;
+        uint32_t size = 5;
+        EXPECT_EQ(data->GetFeaturePoint(&bytes, &size, 0), kFail) << id;
+        EXPECT_EQ(bytes, nullptr);
+        EXPECT_EQ(size, 0u);
+        uint64_t read = 0;
+        EXPECT_EQ(data->GetFeaturePointID(&read), S_OK);
+        EXPECT_EQ(read, id);
+    }
+    // Appending such a point adds nothing and is no failure.
+    uint8_t* blob = nullptr;
+    uint32_t size = 0;
+    EXPECT_EQ(shard->AppendFeaturePoint(&blob, &size, 42), S_OK);
+    EXPECT_EQ(blob, nullptr);
+    EXPECT_EQ(size, 0u);
+}
+
 TEST(FeaturePointWorkingShard, WithoutACompanionReadsCopiesAndAppendsFail) {
     // A working store that was never opened has no companion.
     CSQLiteFaceFeaturePointDBWorking shard;
