@@ -233,16 +233,15 @@ void BM_FilesAndFacesOfPerson(benchmark::State& state) {
         state.SkipWithError("no file manager");
         return;
     }
-    CArray<IZanDB4FileDBRecord*> records;
-    CArray<IZanDB4FaceDBRecord*> faces;
+    CList<IZanDB4FileDBRecord*> records;
+    CList<IZanDB4FaceDBRecord*> faces;
     uint64_t personId = 1;
     for (auto _ : state) {
         files->ListFilesOfPerson(personId, &records, 0, &faces);
         benchmark::DoNotOptimize(catalogue.Store()->CountFilesOfIndividual(personId, CSQLiteFileBasicDB::kPerson));
         if (faces.IsEmpty()) state.SkipWithError("a person had no faces");
-        for (ptrdiff_t index = 0; index < records.GetSize(); ++index) records.GetAt(index)->Release();
-        records.RemoveAll();
-        ReleaseAll(faces);
+        while (!records.IsEmpty()) records.RemoveHead()->Release();
+        while (!faces.IsEmpty()) faces.RemoveHead()->Release();
         personId = personId % static_cast<uint64_t>(catalogue.Persons()) + 1;
     }
 }

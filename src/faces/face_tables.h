@@ -73,6 +73,18 @@ inline constexpr WCHAR kCountAssignedPersonFaces[] =
 inline constexpr WCHAR kCountAssignedPetFaces[] =
     u"SELECT COUNT(person_id) FROM pet_face_table WHERE pet_face_table.person_id!=0";
 
+// The face manager's own reads.
+inline constexpr WCHAR kCountPersonFaces[] = u"SELECT COUNT(*) FROM person_face_table";
+inline constexpr WCHAR kCountPetFaces[] = u"SELECT COUNT(*) FROM pet_face_table";
+inline constexpr WCHAR kSelectPersonFaces[] = u"SELECT * FROM person_face_table";
+inline constexpr WCHAR kSelectPetFaces[] = u"SELECT * FROM pet_face_table";
+inline constexpr WCHAR kSelectPersonFaceIds[] = u"SELECT person_face_id FROM person_face_table";
+// "pet_face_idd" is no column: the pet form never prepares, and the list of
+// pet face ids has always come back empty with E_FAIL. It stays so.
+inline constexpr WCHAR kSelectPetFaceIds[] = u"SELECT pet_face_idd FROM pet_face_table";
+inline constexpr WCHAR kSelectUnassignedPersonFaces[] = u"SELECT * FROM person_face_table WHERE person_id=0";
+inline constexpr WCHAR kSelectUnassignedPetFaces[] = u"SELECT * FROM pet_face_table WHERE pet_id=0";
+
 // The statement of the twin for an individual type: type 1 the person's,
 // any other the pet's.
 inline const WCHAR* ForType(uint32_t type, const WCHAR* person, const WCHAR* pet) { return type == 1 ? person : pet; }

@@ -189,6 +189,15 @@ void CSQLiteFaceFeaturePointDBFactory::CloseShards() {
     m_shards.clear();
 }
 
+void CSQLiteFaceFeaturePointDBFactory::RemoveAllShards() {
+    for (auto& [key, shard] : m_shards) {
+        if (!shard) continue;
+        shard->Close();
+        shard->DeleteFiles();
+    }
+    m_shards.clear();
+}
+
 HRESULT CSQLiteFaceFeaturePointDBFactory::VacuumShards() {
     HRESULT committed = CommitShards();
     if (committed != S_OK) return committed;

@@ -58,6 +58,9 @@ public:
     HRESULT CommitShards();
     // Closes and destroys every open shard; the map is then empty.
     void CloseShards();
+    // Closes every open shard, deletes its files and destroys it; the map is
+    // then empty. Every point of the open shards is gone.
+    void RemoveAllShards();
     // Commits and closes every shard, then vacuums every ".db" file of the
     // folder through a store of this factory's class. The map stays empty.
     HRESULT VacuumShards();

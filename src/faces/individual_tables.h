@@ -92,6 +92,27 @@ inline constexpr WCHAR kSelectPersonsInFile[] =
 inline constexpr WCHAR kSelectPetsInFile[] =
     u"SELECT * FROM pet_table WHERE pet_id IN ( SELECT pet_id FROM pet_face_table WHERE file_id=?)";
 
+inline constexpr WCHAR kCountPersons[] = u"SELECT COUNT(*) FROM person_table";
+inline constexpr WCHAR kCountPets[] = u"SELECT COUNT(*) FROM pet_table";
+// One closing parenthesis too many in both: neither ever prepares, and the
+// id list of a face group has always answered E_FAIL. Kept as they are;
+// the record lists of a face group use the sound statements above.
+inline constexpr WCHAR kSelectPersonIdsInFaceGroup[] =
+    u"SELECT * FROM person_table WHERE person_id IN ( SELECT person_id FROM person_group_item_table WHERE "
+    u"face_group_id=?) )";
+inline constexpr WCHAR kSelectPetIdsInFaceGroup[] =
+    u"SELECT * FROM pet_table WHERE pet_id IN ( SELECT pet_id FROM pet_group_item_table WHERE face_group_id=?) )";
+
+// User groups of individuals.
+inline constexpr WCHAR kInsertFaceGroup[] =
+    u"INSERT INTO face_group_table (face_group_id, face_group_type, face_group_name, face_group_desc) VALUES "
+    u"(?,?,?,?)";
+inline constexpr WCHAR kUpdateFaceGroup[] =
+    u"UPDATE face_group_table SET face_group_type=?, face_group_name=?, face_group_desc=? WHERE face_group_id=?";
+inline constexpr WCHAR kDeleteFaceGroup[] = u"DELETE FROM face_group_table WHERE face_group_id=?";
+inline constexpr WCHAR kCountFaceGroups[] = u"SELECT COUNT(*) FROM face_group_table";
+inline constexpr WCHAR kSelectFaceGroups[] = u"SELECT * FROM face_group_table";
+
 // Order suffixes of the lists: 2 by name, 3 by registration, 4 by the
 // user's order. Any other order adds nothing.
 inline constexpr WCHAR kOrderByName[] = u" ORDER BY name ASC";

@@ -16,6 +16,7 @@
 #include "albums/tag_db_record.h"
 #include "catalogue/file_basic_db.h"
 #include "catalogue/file_db_mgr.h"
+#include "faces/face_db_mgr.h"
 #include "faces/face_db_record.h"
 #include "faces/individual_db_record.h"
 #include "faces/individual_group_db_record.h"
@@ -65,7 +66,20 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4IndividualDBRecord,
      [] () -> IUnknown* { return new CZanDB4IndividualDBRecord(DatabaseRegistry::fileBasicDB); }},
     {&IID_IZanDB4IndividualGroupDBRecord, [] () -> IUnknown* { return new CZanDB4IndividualGroupDBRecord(); }},
-    {&IID_IZanDB4FaceDBMgr, nullptr},
+    {&IID_IZanDB4FaceDBMgr,
+     [] () -> IUnknown* {
+         FaceStores stores;
+         stores.catalogue = DatabaseRegistry::fileBasicDB;
+         stores.staging = DatabaseRegistry::asyncDB;
+         stores.personIcons = DatabaseRegistry::psniThumbMgr;
+         stores.petIcons = DatabaseRegistry::ptiThumbMgr;
+         stores.personFaces = DatabaseRegistry::psnfThumbMgr;
+         stores.petFaces = DatabaseRegistry::ptfThumbMgr;
+         stores.personPoints = DatabaseRegistry::rfpMgr;
+         stores.petPoints = DatabaseRegistry::tfpMgr;
+         stores.groupThumbnails = DatabaseRegistry::grfThumbMgr;
+         return new CZanDB4FaceDBMgr(stores);
+     }},
     {&IID_IZanDB4FileCache, [] () -> IUnknown* { return new CZanDB4FileCache(); }},
     {&IID_IZanDB4ImportDBMgr, [] () -> IUnknown* { return new CZanDB4ImportMgr(DatabaseRegistry::fileBasicDB); }},
     {&IID_IZanDB4ImportDBRecord, [] () -> IUnknown* { return new CZanDB4ImportDBRecord(); }},
