@@ -152,7 +152,7 @@ inline std::string Hex(const Bytes& bytes) {
     return text;
 }
 
-inline std::string Text(const CZanTString& text) { return text.ToUtf8(); }
+inline std::string Utf8(const CZanTString& text) { return text.ToUtf8(); }
 
 class FaceMgrFixture : public file_mgr_test::FileMgrFixture {
 protected:
