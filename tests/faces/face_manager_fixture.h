@@ -152,6 +152,18 @@ inline std::string Hex(const Bytes& bytes) {
     return text;
 }
 
+// The packed form of several blocks (data format 1), hexadecimal: a 32-bit
+// count, then each block's 32-bit length and bytes, little-endian.
+inline std::string PackedHex(const std::vector<Bytes>& blocks) {
+    auto word = [](uint32_t value) {
+        return Hex(Bytes{static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8),
+                         static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 24)});
+    };
+    std::string text = word(static_cast<uint32_t>(blocks.size()));
+    for (const Bytes& block : blocks) text += word(static_cast<uint32_t>(block.size())) + Hex(block);
+    return text;
+}
+
 inline std::string Utf8(const CZanTString& text) { return text.ToUtf8(); }
 
 class FaceMgrFixture : public file_mgr_test::FileMgrFixture {
