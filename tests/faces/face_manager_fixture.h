@@ -346,6 +346,9 @@ protected:
         individuals.RemoveAll();
         return ids;
     }
+    // The file ids of a list of file records (releasing them), and the ids of
+    // an array of ids.
+    using file_mgr_test::FileMgrFixture::IdsOf;
     static Ids IdsOf(const CArray<uint64_t>& array) {
         Ids ids;
         for (ptrdiff_t index = 0; index < array.GetSize(); ++index) ids.push_back(array[index]);
