@@ -3,6 +3,10 @@
 // nothing. Each call answers its own code and never crashes; afterwards a
 // Commit still works and what was committed before is all there, with no id
 // drawn or pooled by a refused call.
+#include <chrono>
+#include <future>
+#include <utility>
+
 #include "faces/face_manager_fixture.h"
 
 namespace face_mgr_test {
@@ -184,6 +188,75 @@ TEST_P(FaceManagerBadTypes, FeaturePointOperationsRefuseTheType) {
     EXPECT_EQ(WorkingIndexRows(TwinOf(kPerson)), 0);
 }
 
+// AddFace and AddIndividual look at the record and its type before they take
+// the lock: while another thread holds it they refuse at once.
+TEST_P(FaceManagerBadTypes, AddFaceAndAddIndividualRefuseBeforeTheLock) {
+    using namespace std::chrono_literals;
+    FacePtr face = NewFace(GetParam(), m_file, Rect(1, 2, 3, 4));
+    IndividualPtr individual = NewIndividual(GetParam(), "Zed");
+    ASSERT_EQ(m_faces->Lock(), S_OK);
+    auto badFace = std::async(std::launch::async, [&] { return m_faces->AddFace(face.Get(), nullptr); });
+    auto noFace = std::async(std::launch::async, [&] { return m_faces->AddFace(nullptr, nullptr); });
+    auto badIndividual =
+        std::async(std::launch::async, [&] { return m_faces->AddIndividual(individual.Get(), nullptr); });
+    bool answered = badFace.wait_for(60s) == std::future_status::ready &&
+                    noFace.wait_for(60s) == std::future_status::ready &&
+                    badIndividual.wait_for(60s) == std::future_status::ready;
+    ASSERT_EQ(m_faces->Unlock(), S_OK);
+    EXPECT_TRUE(answered);
+    EXPECT_EQ(badFace.get(), kInvalidArg);
+    EXPECT_EQ(noFace.get(), kInvalidArg);
+    EXPECT_EQ(badIndividual.get(), kInvalidArg);
+    ExpectNothingChanged();
+}
+
+// Only AddFace, AddIndividual, RemoveAllThumbnails and
+// CreateFeaturePointGroup check a type before the lock; every other
+// operation holds the lock from entry to exit, save its null checks, so
+// while another thread holds it even a call with a bad type or kind waits.
+TEST_P(FaceManagerBadTypes, OtherOperationsWaitForTheLockBeforeRefusingTheType) {
+    using namespace std::chrono_literals;
+    const uint32_t bad = GetParam();
+    Bytes bytes = BytesOf("bytes");
+    CArray<IZanDB4FaceDBRecord*> faces[3];
+    CArray<uint64_t> ids[3];
+    CachePtr cache;
+    ASSERT_EQ(m_faces->Lock(), S_OK);
+    std::vector<std::pair<std::string, std::future<HRESULT>>> calls;
+    auto call = [&](const std::string& name, auto operation) {
+        calls.emplace_back(name, std::async(std::launch::async, operation));
+    };
+    call("GetFaceCount", [&] { return static_cast<HRESULT>(m_faces->GetFaceCount(bad)); });
+    call("GetFaces", [&] { return m_faces->GetFaces(bad, &faces[0]); });
+    call("GetFaceIDs", [&] { return m_faces->GetFaceIDs(bad, &ids[0]); });
+    call("GetFacesInFile", [&] { return m_faces->GetFacesInFile(m_file, bad, &faces[1]); });
+    call("GetUnassignedFaces", [&] { return m_faces->GetUnassignedFaces(bad, &faces[2]); });
+    call("GetIndividualCount", [&] { return static_cast<HRESULT>(m_faces->GetIndividualCount(bad)); });
+    call("GetIndividualIDsInAlbum", [&] { return m_faces->GetIndividualIDsInAlbum(0, bad, &ids[1]); });
+    call("GetIndividualIDsInFaceGroup", [&] { return m_faces->GetIndividualIDsInFaceGroup(0, bad, &ids[2]); });
+    // The group thumbnails have a kind and no type.
+    call("AddGroupThumbnail", [&] { return m_faces->AddGroupThumbnail(1, bad, bytes.data(), 5); });
+    call("UpdateGroupThumbnail", [&] { return m_faces->UpdateGroupThumbnail(1, bad, bytes.data(), 5); });
+    call("RemoveGroupThumbnail", [&] { return m_faces->RemoveGroupThumbnail(1, bad); });
+    call("GetGroupThumbnail", [&] { return m_faces->GetGroupThumbnail(1, bad, cache.Receive()); });
+
+    // None of them can finish while the lock is held; a moment is long
+    // enough for one that does not wait to show it.
+    calls.back().second.wait_for(300ms);
+    std::vector<std::string> answeredWhileLocked;
+    for (auto& [name, future] : calls)
+        if (future.wait_for(0s) == std::future_status::ready) answeredWhileLocked.push_back(name);
+    ASSERT_EQ(m_faces->Unlock(), S_OK);
+
+    EXPECT_EQ(answeredWhileLocked, std::vector<std::string>{});
+    std::vector<HRESULT> answers;
+    for (auto& [name, future] : calls) answers.push_back(future.get());
+    EXPECT_EQ(answers, (std::vector<HRESULT>{0, kInvalidArg, kInvalidArg, kInvalidArg, kInvalidArg,
+                                             static_cast<HRESULT>(0x80070057u), kInvalidArg, kInvalidArg,
+                                             kInvalidArg, kInvalidArg, kInvalidArg, kInvalidArg}));
+    ExpectNothingChanged();
+}
+
 INSTANTIATE_TEST_SUITE_P(ZeroAndThree, FaceManagerBadTypes, ::testing::Values(0u, 3u), BadTypeName);
 
 TEST_F(FaceManagerBadInput, ThumbnailKindsOtherThanOneAndTwoAreRefused) {
@@ -303,6 +376,7 @@ TEST_F(FaceManagerBadInput, UnknownIdsNeverCrashAndLoseNothing) {
     }
     GroupPtr group;
     EXPECT_EQ(m_faces->GetFaceGroup(4321, group.Receive()), kFail);
+    EXPECT_EQ(m_faces->ReservedFaceOperation(), S_OK);
     ExpectNothingChanged();
 }
 

@@ -146,6 +146,36 @@ TEST_F(FaceManagerCommit, MovedFacesLeaveTheStagingFileEvenWhenTheCatalogueRefus
     EXPECT_EQ(m_faces->GetFace(face, kPerson, found.Receive()), S_OK);
 }
 
+// InsertFaces goes on past a face that cannot go in and then answers
+// E_FAIL: the move deletes and commits nothing, so every staged face waits
+// for the next Commit, while the faces that did go in reach the disk with
+// the catalogue's commit of step 4, and the shards wait.
+TEST_F(FaceManagerCommit, FaceThatCannotMoveKeepsEveryStagedFaceForTheNextCommit) {
+    uint64_t file = CatalogueFile("a.jpg");
+    uint64_t blocked = AddFace(kPerson, file);
+    uint64_t other = AddFace(kPerson, file);
+    Restart([&] {
+        ArrangeOnDisk("FileBasic.db", "INSERT INTO person_face_table (person_face_id, file_id, person_id, rect) "
+                                      "VALUES (" + std::to_string(blocked) + ", 0, 0, 0)");
+    });
+    Bytes bytes = BytesOf("bytes");
+    ASSERT_EQ(m_faces->AddThumbnail(other, 1, kPerson, kFalse, bytes.data(), 5), S_OK);
+
+    EXPECT_EQ(m_faces->Commit(), kFail);
+
+    const Twin& person = TwinOf(kPerson);
+    EXPECT_EQ(StagedFaceRows(person), 2);
+    EXPECT_EQ(StatusRows(person), 1);
+    EXPECT_EQ(FaceRows(person, "person_face_id=" + std::to_string(other) + " AND file_id=" + std::to_string(file)),
+              1);
+    EXPECT_EQ(FaceRows(person, "person_face_id=" + std::to_string(blocked) + " AND file_id=0"), 1);
+    EXPECT_EQ(ThumbnailRows("psnf", 1, other), 0);
+
+    // The next Commit meets both faces in the catalogue now, and fails again.
+    EXPECT_EQ(m_faces->Commit(), kFail);
+    EXPECT_EQ(StagedFaceRows(person), 2);
+}
+
 // The shard families commit in the order psni, pti, psnf, ptf, grf, then
 // the person and the pet feature points, and the first failure ends the
 // chain: with psnf refusing, psni and pti reach the disk and nothing after.

@@ -55,6 +55,28 @@ TEST_P(FaceManagerFaces, AddFaceStagesTheFaceAndLeavesTheCallersRecordItsOwn) {
     EXPECT_EQ(m_faces->GetFaceCount(Type()), 0u);
 }
 
+// The face counter is set back while the library is stopped, so that the
+// next id drawn is that of a face still staged: the staging insert fails,
+// and the id goes back to the pool of the faces.
+TEST_P(FaceManagerFaces, AddFaceThatStagingRefusesPoolsTheIdAsAFace) {
+    uint64_t file = CatalogueFile("a.jpg");
+    uint64_t staged = AddFace(Type(), file);
+    Restart([&] {
+        ArrangeOnDisk("FileBasic.db", "UPDATE last_id_table SET last_id=0 WHERE id_type=" +
+                                          std::to_string(Names().faceIdType));
+    });
+    FacePtr face = NewFace(Type(), file, Rect(1, 2, 3, 4));
+    uint64_t id = 99;
+    EXPECT_EQ(m_faces->AddFace(face.Get(), &id), kFail);
+    EXPECT_EQ(id, 0u);
+    EXPECT_EQ(face->GetFaceID(&id), S_OK);
+    EXPECT_EQ(id, 0u);
+
+    ASSERT_EQ(m_faces->Commit(), S_OK);
+    EXPECT_EQ(Pooled(Names().faceIdType, staged), 1);
+    EXPECT_EQ(FaceRows(Names()), 1) << "the staged face moved as before";
+}
+
 TEST_P(FaceManagerFaces, JustAddedFaceIsNotFoundUntilDetectedAndCommitted) {
     uint64_t file = CatalogueFile("a.jpg");
     uint64_t id = AddFace(Type(), file, Rect(100, 50, 300, 250));
@@ -291,6 +313,47 @@ TEST_P(FaceManagerFaces, RemoveFaceOfACataloguedFaceTakesItsRowThumbnailsAndFeat
     CArray<uint64_t> live;
     EXPECT_EQ(m_faces->GetFaceFeaturePointIDs(Type(), &live, nullptr, 0, 0), S_OK);
     EXPECT_TRUE(live.IsEmpty());
+}
+
+// RemoveFace takes the face out of its feature point group; the group stays
+// while it has a member and goes, with its blob and thumbnails, with the
+// last.
+TEST_P(FaceManagerFaces, RemovingTheLastFaceOfAGroupRemovesTheGroup) {
+    uint64_t file = CatalogueFile("a.jpg");
+    uint64_t first = CatalogueFace(Type(), file);
+    uint64_t second = CatalogueFace(Type(), file);
+    Bytes point = BytesOf("point"), thumbnail = BytesOf("thumbnail");
+    ASSERT_EQ(m_faces->SetFaceFeaturePoint(first, Type(), point.data(), 5, nullptr), S_OK);
+    ASSERT_EQ(m_faces->SetFaceFeaturePoint(second, Type(), point.data(), 5, nullptr), S_OK);
+    const uint64_t members[] = {first, second};
+    uint64_t groupId = 0;
+    ASSERT_EQ(m_faces->CreateFeaturePointGroup(Type(), members, 2, &groupId, 2), S_OK);
+    ASSERT_EQ(m_faces->AddGroupThumbnail(groupId, 1, thumbnail.data(), 9), S_OK);
+    PointGroupPtr group;
+    ASSERT_EQ(m_faces->GetFeaturePointGroup(groupId, Type(), group.Receive(), 0), S_OK);
+    uint64_t pointId = 0;
+    ASSERT_EQ(group->GetFeaturePointID(&pointId), S_OK);
+    group.Reset();
+    ASSERT_EQ(m_faces->Commit(), S_OK);
+    ASSERT_FALSE(PointHex(GroupSetShard(Names()), pointId).empty());
+
+    ASSERT_EQ(m_faces->RemoveFace(first, Type()), S_OK);
+    ASSERT_EQ(m_faces->GetFeaturePointGroup(groupId, Type(), group.Receive(), 0), S_OK);
+    uint32_t faceCount = 0;
+    EXPECT_EQ(group->GetFaceCount(&faceCount), S_OK);
+    EXPECT_EQ(faceCount, 2u) << "the count of the making";
+    CArray<uint64_t> ids;
+    ASSERT_EQ(group->GetFaceIDs(&ids, kFalse), S_OK);
+    EXPECT_EQ(IdsOf(ids), Ids{second});
+    group.Reset();
+
+    ASSERT_EQ(m_faces->RemoveFace(second, Type()), S_OK);
+    EXPECT_EQ(m_faces->GetFeaturePointGroup(groupId, Type(), group.Receive(), 0), kFail);
+    ASSERT_EQ(m_faces->Commit(), S_OK);
+    EXPECT_EQ(CountOnDisk(Names().groupTable, "1"), 0);
+    EXPECT_EQ(CountOnDisk(Names().groupItemTable, "1"), 0);
+    EXPECT_EQ(PointHex(GroupSetShard(Names()), pointId), "");
+    EXPECT_EQ(ThumbnailRows("grf", 1, groupId), 0);
 }
 
 TEST_P(FaceManagerFaces, RemoveFaceOfAStagedFaceTakesItsStagingRow) {
