@@ -1,11 +1,11 @@
-// The face manager's Commit, Reopen and RemoveAllThumbnails: Commit commits
-// staging, moves the staged faces, commits the catalogue whatever happened
-// before, and only after three clean answers the thumbnail families psni,
-// pti, psnf, ptf, grf and then the two feature point families, each only
-// while the one before it worked. Reopen drops what no commit wrote, except
-// in the feature point shards. A store refuses its commit when its file
-// carries a newer major version, which the tests set while the library is
-// stopped.
+// The face manager's thumbnails, Commit, Reopen and RemoveAllThumbnails.
+// Commit commits staging, moves the staged faces, commits the catalogue
+// whatever happened before, and only after three clean answers the
+// thumbnail families psni, pti, psnf, ptf, grf and then the two feature
+// point families, each only while the one before it worked. Reopen drops
+// what no commit wrote, except in the feature point shards. A store refuses
+// its commit when its file carries a newer major version, which the tests
+// set while the library is stopped.
 #include <chrono>
 #include <future>
 
@@ -16,6 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using FaceManagerReopen = FaceMgrTwinFixture;
+using FaceManagerThumbnails = FaceMgrTwinFixture;
 using FaceManagerRemoveAllThumbnails = FaceMgrTwinFixture;
 
 constexpr char kNewerMajorVersion[] = "UPDATE version_info_table SET version=2201";
@@ -235,6 +236,41 @@ TEST_P(FaceManagerReopen, ReopenDropsUncommittedWorkButKeepsFeaturePoints) {
     EXPECT_EQ(StagedFaceRows(Names()), 0);
 }
 
+// forIndividual picks the face or the individual family, the type the
+// person or pet one, the kind its folder ending _0s or _1s.
+TEST_P(FaceManagerThumbnails, GoToTheFamilyOfTheirIdTypeAndKind) {
+    Bytes bytes = BytesOf("bytes"), other = BytesOf("other");
+    CachePtr cache = Thumb(bytes, 9);
+    ASSERT_EQ(m_faces->AddThumbnailFromCache(5, 1, Type(), kFalse, cache.Get()), S_OK);
+    ASSERT_EQ(m_faces->AddThumbnail(5, 2, Type(), kTrue, other.data(), 5), S_OK);
+    EXPECT_EQ(m_faces->AddThumbnail(5, 1, Type(), kFalse, other.data(), 5), kFail) << "one is there already";
+    EXPECT_EQ(m_faces->UpdateThumbnail(6, 1, Type(), kFalse, other.data(), 5), kFail) << "none to update";
+    ASSERT_EQ(m_faces->UpdateThumbnail(5, 1, Type(), kFalse, other.data(), 5), S_OK);
+
+    CachePtr found;
+    ASSERT_EQ(m_faces->GetThumbnail(5, 1, Type(), kFalse, found.Receive()), S_OK);
+    ASSERT_EQ(found->GetSize(), 5u);
+    EXPECT_EQ(Bytes(static_cast<const uint8_t*>(found->GetData()), static_cast<const uint8_t*>(found->GetData()) + 5),
+              other);
+    uint64_t source = 0;
+    EXPECT_EQ(found->GetSourceID(&source), S_OK);
+    EXPECT_EQ(source, 9u) << "raw bytes keep the source id";
+    EXPECT_EQ(m_faces->GetThumbnail(5, 2, Type(), kFalse, found.Receive()), kFail);
+    ASSERT_EQ(m_faces->Commit(), S_OK);
+
+    EXPECT_EQ(ThumbnailHex(Names().faceThumbnails, 1, 5), Hex(other));
+    EXPECT_EQ(ThumbnailRows(Names().faceThumbnails, 2, 5), 0);
+    EXPECT_EQ(ThumbnailHex(Names().icons, 2, 5), Hex(other));
+    EXPECT_EQ(ThumbnailRows(Names().icons, 1, 5), 0);
+    const Twin& twin = TwinOf(Type() == kPerson ? kPet : kPerson);
+    EXPECT_EQ(ThumbnailRows(twin.faceThumbnails, 1, 5), 0);
+    EXPECT_EQ(ThumbnailRows(twin.icons, 2, 5), 0);
+
+    ASSERT_EQ(m_faces->RemoveThumbnail(5, 2, Type(), kTrue), S_OK);
+    ASSERT_EQ(m_faces->Commit(), S_OK);
+    EXPECT_EQ(ThumbnailRows(Names().icons, 2, 5), 0);
+}
+
 TEST_P(FaceManagerRemoveAllThumbnails, EmptiesBothKindsOfOneFamilyAndNoOther) {
     uint64_t file = CatalogueFile("a.jpg");
     uint64_t first = CatalogueFace(Type(), file);
@@ -300,6 +336,7 @@ TEST_F(FaceMgrFixture, RemoveAllThumbnailsChecksTypeAndFamilyBeforeTheLock) {
 }
 
 INSTANTIATE_TEST_SUITE_P(PersonsAndPets, FaceManagerReopen, ::testing::Values(kPerson, kPet), TypeName);
+INSTANTIATE_TEST_SUITE_P(PersonsAndPets, FaceManagerThumbnails, ::testing::Values(kPerson, kPet), TypeName);
 INSTANTIATE_TEST_SUITE_P(PersonsAndPets, FaceManagerRemoveAllThumbnails, ::testing::Values(kPerson, kPet),
                          TypeName);
 

@@ -151,6 +151,74 @@ TEST_P(FaceManagerIndividuals, RemoveIndividualTakesItsFeaturePointAndIconsAndFr
     EXPECT_EQ(FaceIdsOf(unassigned), Ids{face});
 }
 
+TEST_P(FaceManagerIndividuals, IndividualsOfAFileAndOfAnAlbumComeFromTheirFaces) {
+    file_mgr_test::FileSpec inAlbum = Spec("/photos/a.jpg", "a.jpg");
+    inAlbum.albumId = 5;
+    uint64_t file = AddStaged(inAlbum);
+    uint64_t other = CatalogueFile("b.jpg");
+    uint64_t ann = AddIndividual(Type(), "Ann");
+    uint64_t bob = AddIndividual(Type(), "Bob");
+    AddIndividual(Type(), "Cid");
+    AddFace(Type(), file, Rect(1, 1, 5, 5), bob);
+    AddFace(Type(), file, Rect(9, 9, 15, 15), ann);
+    AddFace(Type(), other, Rect(1, 1, 5, 5), ann);
+    ASSERT_EQ(m_faces->Commit(), S_OK);
+
+    CArray<IZanDB4IndividualDBRecord*> individuals;
+    ASSERT_EQ(m_faces->GetIndividualsInFile(file, Type(), &individuals, 2), S_OK);
+    EXPECT_EQ(IndividualIdsOf(individuals), (Ids{ann, bob})) << "by name";
+    ASSERT_EQ(m_faces->GetIndividualsInAlbum(5, Type(), &individuals, 1), S_OK);
+    EXPECT_EQ(IndividualIdsOf(individuals), (Ids{ann, bob}));
+    CArray<uint64_t> ids;
+    ASSERT_EQ(m_faces->GetIndividualIDsInAlbum(5, Type(), &ids), S_OK);
+    EXPECT_EQ(IdsOf(ids), (Ids{ann, bob}));
+    EXPECT_EQ(m_faces->GetIndividualIDsInAlbum(6, Type(), &ids), kFail);
+    EXPECT_TRUE(ids.IsEmpty());
+}
+
+TEST_P(FaceManagerIndividuals, CustomOrderPlacesTheIndividualsGivenAndTheRestAfter) {
+    uint64_t ann = AddIndividual(Type(), "Ann");
+    uint64_t bob = AddIndividual(Type(), "Bob");
+    uint64_t cid = AddIndividual(Type(), "Cid");
+    IndividualPtr first, second;
+    ASSERT_EQ(m_faces->GetIndividual(cid, Type(), first.Receive()), S_OK);
+    ASSERT_EQ(m_faces->GetIndividual(ann, Type(), second.Receive()), S_OK);
+    CArray<IZanDB4IndividualDBRecord*> order;
+    order.Add(first.Get());
+    order.Add(nullptr);
+    order.Add(second.Get());
+    ASSERT_EQ(m_faces->SetCustomOrder(Type(), &order), S_OK);
+    EXPECT_EQ(order.GetSize(), 3) << "the caller's array is left as it was";
+
+    CArray<IZanDB4IndividualDBRecord*> individuals;
+    ASSERT_EQ(m_faces->GetIndividuals(Type(), &individuals, 4), S_OK);
+    EXPECT_EQ(IndividualIdsOf(individuals), (Ids{cid, ann, bob}));
+    ASSERT_EQ(m_faces->Commit(), S_OK);
+    EXPECT_EQ(Disk(std::string("SELECT ") + Names().individualColumn + ", custom_index FROM " +
+                   Names().individualTable + " ORDER BY 1"),
+              (Rows{{std::to_string(ann), "2"}, {std::to_string(bob), "0"}, {std::to_string(cid), "1"}}));
+
+    ASSERT_EQ(m_faces->ClearCustomOrder(Type()), S_OK);
+    ASSERT_EQ(m_faces->Commit(), S_OK);
+    EXPECT_EQ(CountOnDisk(Names().individualTable, "custom_index=0"), 3);
+}
+
+// The type argument picks the table, not the record's type; the record's
+// group set is not written.
+TEST_P(FaceManagerIndividuals, UpdateIndividualWritesTheTableOfTheTypeGiven) {
+    uint64_t id = AddIndividual(Type(), "Ann");
+    uint32_t otherType = Type() == kPerson ? kPet : kPerson;
+    IndividualPtr changed = NewIndividual(otherType, "Anna");
+    ASSERT_EQ(changed->SetEmail(W("anna@example.org")), S_OK);
+    ASSERT_EQ(changed->AddGroup(3), S_OK);
+    ASSERT_EQ(m_faces->UpdateIndividual(id, changed.Get(), Type()), S_OK);
+    ASSERT_EQ(m_faces->Commit(), S_OK);
+    EXPECT_EQ(Disk(std::string("SELECT name, email FROM ") + Names().individualTable),
+              (Rows{{"Anna", "anna@example.org"}}));
+    EXPECT_EQ(CountOnDisk(TwinOf(otherType).individualTable, "1"), 0);
+    EXPECT_EQ(CountOnDisk(Names().groupMemberTable, "1"), 0);
+}
+
 // The list of ids has a statement with one parenthesis too many, which never
 // prepares; the list of records has a sound one. A membership row is put on
 // disk while the library is stopped, since no operation writes one.
