@@ -243,6 +243,7 @@ CatalogueReport ReadCatalogueReport(const std::string& root) {
     report.folders.push_back(ReadFolder(root, "database"));
     report.folders.push_back(ReadFolder(root, "information"));
     report.shards = ReadShardReports(root);
+    report.featurePoints = ReadFeaturePointReports(root);
     report.staging = SummariseStaging(report.folders[0]);
     const ReportEntry* catalogue = nullptr;
     for (const ReportEntry& entry : report.folders[0].entries) {
@@ -279,6 +280,7 @@ void PrintReportText(const CatalogueReport& report, std::ostream& out) {
         }
     }
     PrintShardsText(report.shards, out);
+    PrintFeaturePointsText(report.featurePoints, out);
     PrintStagingText(report.staging, out);
 }
 
@@ -320,6 +322,8 @@ void PrintReportJson(const CatalogueReport& report, std::ostream& out) {
     json.EndArray();
     json.Key("shards");
     WriteShardsJson(report.shards, json);
+    json.Key("feature_points");
+    WriteFeaturePointsJson(report.featurePoints, json);
     json.Key("staged");
     StagingJson(report.staging, json);
     json.EndObject();

@@ -92,22 +92,6 @@ HRESULT MakeQuery(IZanDB4QueryMgr* queries, const std::vector<Condition>& condit
     return S_OK;
 }
 
-FileRow RowOf(IZanDB4FileDBRecord* record) {
-    FileRow row;
-    uint8_t favorite = 0;
-    CZanTString path, name;
-    record->GetFileID(&row.id);
-    record->GetShootingDateValue(&row.shootingDate);
-    record->GetFileFormat(&row.format);
-    record->GetIsFavorite(&favorite);
-    record->GetAlbumID(&row.album);
-    record->GetFilePath(path, nullptr);
-    record->GetFileName(name);
-    row.favorite = favorite != 0;
-    row.path = path.ToUtf8();
-    row.name = name.ToUtf8();
-    return row;
-}
 
 // The id each name condition stands for, read through the tag and album
 // managers; 0 for the other conditions. SQLITE_OK, or the code of a failed
@@ -188,7 +172,7 @@ void ReadFiles(IZanDB4QueryNode* query, int busyMilliseconds, SearchResult& sear
     if (code == SQLITE_OK) files->ListFiles(query, 1, &records, 0);
     for (POSITION position = records.GetHeadPosition(); position != nullptr;) {
         IZanDB4FileDBRecord* record = records.GetNext(position);
-        search.files.push_back(RowOf(record));
+        search.files.push_back(FileRowOf(record));
         record->Release();
     }
     if (code != SQLITE_OK) {
@@ -204,6 +188,23 @@ void ReadFiles(IZanDB4QueryNode* query, int busyMilliseconds, SearchResult& sear
 }
 
 }  // namespace
+
+FileRow FileRowOf(IZanDB4FileDBRecord* record) {
+    FileRow row;
+    uint8_t favorite = 0;
+    CZanTString path, name;
+    record->GetFileID(&row.id);
+    record->GetShootingDateValue(&row.shootingDate);
+    record->GetFileFormat(&row.format);
+    record->GetIsFavorite(&favorite);
+    record->GetAlbumID(&row.album);
+    record->GetFilePath(path, nullptr);
+    record->GetFileName(name);
+    row.favorite = favorite != 0;
+    row.path = path.ToUtf8();
+    row.name = name.ToUtf8();
+    return row;
+}
 
 std::string TagCondition(uint64_t tagId) {
     return "file_id IN (SELECT file_id FROM tag_file_table WHERE tag_id=" + std::to_string(tagId) + ")";

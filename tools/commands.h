@@ -13,5 +13,6 @@ const Command& CommitCommand();
 const Command& TagsCommand();
 const Command& AlbumsCommand();
 const Command& ImportCommand();
+const Command& FacesCommand();
 
 }  // namespace zandb4::tool

@@ -63,7 +63,7 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
             EXPECT_TRUE(Contains(run.out, code)) << code << "\n" << run.out;
     }
     EXPECT_EQ(ListedCommands(),
-              (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import"}));
+              (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import", "faces"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
@@ -128,6 +128,9 @@ TEST(ToolCommandLine, UsageErrorsSayWhatWasWrong) {
          "Try 'zandb4 albums --help'"},
         {{"info", "a", "b"}, "zandb4 info: unexpected argument 'b'\n", "Try 'zandb4 info --help'"},
         {{"import"}, "zandb4 import: missing ROOT\n", "Try 'zandb4 import --help'"},
+        {{"faces"}, "zandb4 faces: missing ROOT\n", "Try 'zandb4 faces --help'"},
+        {{"faces", "r", "--person"}, "zandb4 faces: option '--person' needs a value (NAME)\n",
+         "Try 'zandb4 faces --help'"},
         {{"import", "r", "--recursive"}, "zandb4 import: missing FOLDER\n", "Try 'zandb4 import --help'"},
         {{"import", "r", "f", "--batch", "0"},
          "zandb4 import: bad batch size '0': must be a number from 1 to",

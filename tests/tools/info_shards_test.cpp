@@ -94,6 +94,13 @@ TEST_F(InfoShards, TextCountsShardFilesAndRowsPerFamilyAndKind) {
         "    database/grf_0s/00000000.db  not a shard of this folder (it has no thumbnail_table)\n"
         "  database/grf_1s  grf kind 2: missing\n"
         "  database/meta  large metadata: 2 shard files, 3 metadata blocks\n"
+        "feature point sets\n"
+        "  database/rfpw  rfp working: missing\n"
+        "  database/rfpg  rfp group: missing\n"
+        "  database/rfpi  rfp individual: missing\n"
+        "  database/tfpw  tfp working: missing\n"
+        "  database/tfpg  tfp group: missing\n"
+        "  database/tfpi  tfp individual: missing\n"
         "staged  0 files, 0 person faces, 0 pet faces\n";
     size_t at = run.out.find("shard folders\n");
     ASSERT_NE(at, std::string::npos) << run.out;
