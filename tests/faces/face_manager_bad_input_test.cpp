@@ -340,7 +340,7 @@ TEST_F(FaceManagerBadInput, NullRecordsArraysAndOutPointersAreRefused) {
 }
 
 // Reads of ids that name nothing fail; writes that find no row do nothing
-// and answer as the design's deletes and updates do.
+// and answer as deletes and updates of a missing row do.
 TEST_F(FaceManagerBadInput, UnknownIdsNeverCrashAndLoseNothing) {
     for (uint32_t type : {kPerson, kPet}) {
         FacePtr face;
