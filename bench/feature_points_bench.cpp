@@ -73,12 +73,13 @@ std::vector<uint8_t> Bytes(uint32_t size, uint8_t seed) {
     return bytes;
 }
 
-// Inserts points 0 .. count - 1 into the person working set and commits.
+// Inserts points 1 .. count into the person working set and commits. (A
+// point 0 would end every listing of its shard.)
 bool InsertWorkingPoints(int64_t count) {
     CSQLiteFaceFeaturePointDBFactory* working = DatabaseRegistry::rfpMgr->Working();
     std::vector<uint8_t> point = Bytes(kPointBytes, 7);
     CriticalSectionGuard guard(working->m_lock);
-    for (int64_t id = 0; id < count; ++id)
+    for (int64_t id = 1; id <= count; ++id)
         if (working->InsertFeaturePoint(static_cast<uint64_t>(id), point.data(), kPointBytes, 0, 0) != S_OK)
             return false;
     return working->CommitShards() == S_OK;
@@ -112,13 +113,13 @@ void BM_GetAndListWorkingPoints(benchmark::State& state) {
         return;
     }
     CSQLiteFaceFeaturePointDBFactory* working = DatabaseRegistry::rfpMgr->Working();
-    uint64_t id = 0;
+    uint64_t id = 1;
     for (auto _ : state) {
         CriticalSectionGuard guard(working->m_lock);
         IZanDB4FaceFeaturePointData* data = nullptr;
         if (working->GetFeaturePoint(id, &data) != S_OK) state.SkipWithError("a get failed");
         if (data != nullptr) data->Release();
-        id = (id + 997) % static_cast<uint64_t>(count);
+        id = (id + 997) % static_cast<uint64_t>(count) + 1;
     }
     state.SetItemsProcessed(state.iterations());
 
@@ -155,7 +156,7 @@ void BM_MakeGroups(benchmark::State& state) {
         for (int64_t group = 0; group < groups; ++group) {
             uint64_t faces[kFacesPerGroup];
             for (int64_t index = 0; index < kFacesPerGroup; ++index)
-                faces[index] = static_cast<uint64_t>(group * kFacesPerGroup + index);
+                faces[index] = static_cast<uint64_t>(group * kFacesPerGroup + index + 1);
             uint64_t groupId = 0;
             if (operations.CreateFeaturePointGroup(1, faces, kFacesPerGroup, &groupId, kFacesPerGroup) != S_OK)
                 state.SkipWithError("a group could not be made");

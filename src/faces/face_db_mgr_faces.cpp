@@ -105,8 +105,8 @@ HRESULT CZanDB4FaceDBMgr::GetFace(uint64_t faceId, uint32_t type, IZanDB4FaceDBR
 }
 
 uint32_t CZanDB4FaceDBMgr::GetFaceCount(uint32_t type) {
-    if (!IsIndividualType(type)) return 0;
     return LockedCall(m_stores.catalogue, 0u, [&](CSQLiteFileBasicDB& catalogue) -> uint32_t {
+        if (!IsIndividualType(type)) return 0;
         Statement count(catalogue.m_db, ForType(type, kCountPersonFaces, kCountPetFaces));
         if (!count.IsPrepared() || count.Step() != SQLITE_ROW) return 0;
         return static_cast<uint32_t>(count.ColumnInt64(0));
@@ -114,15 +114,17 @@ uint32_t CZanDB4FaceDBMgr::GetFaceCount(uint32_t type) {
 }
 
 HRESULT CZanDB4FaceDBMgr::GetFaces(uint32_t type, CArray<IZanDB4FaceDBRecord*>* outFaces) {
-    if (outFaces == nullptr || !IsIndividualType(type)) return E_INVALIDARG;
+    if (outFaces == nullptr) return E_INVALIDARG;
     return LockedCall(m_stores.catalogue, E_FAIL, [&](CSQLiteFileBasicDB& catalogue) {
+        if (!IsIndividualType(type)) return E_INVALIDARG;
         return ReadFaces(catalogue.m_db, ForType(type, kSelectPersonFaces, kSelectPetFaces), type, *outFaces);
     });
 }
 
 HRESULT CZanDB4FaceDBMgr::GetFaceIDs(uint32_t type, CArray<uint64_t>* outFaceIds) {
-    if (outFaceIds == nullptr || !IsIndividualType(type)) return E_INVALIDARG;
+    if (outFaceIds == nullptr) return E_INVALIDARG;
     return LockedCall(m_stores.catalogue, E_FAIL, [&](CSQLiteFileBasicDB& catalogue) {
+        if (!IsIndividualType(type)) return E_INVALIDARG;
         outFaceIds->RemoveAll();
         Statement select(catalogue.m_db, ForType(type, kSelectPersonFaceIds, kSelectPetFaceIds));
         if (!select.IsPrepared()) return E_FAIL;
@@ -132,15 +134,17 @@ HRESULT CZanDB4FaceDBMgr::GetFaceIDs(uint32_t type, CArray<uint64_t>* outFaceIds
 }
 
 HRESULT CZanDB4FaceDBMgr::GetFacesInFile(uint64_t fileId, uint32_t type, CArray<IZanDB4FaceDBRecord*>* outFaces) {
-    if (outFaces == nullptr || !IsIndividualType(type)) return E_INVALIDARG;
+    if (outFaces == nullptr) return E_INVALIDARG;
     return LockedCall(m_stores.catalogue, E_FAIL, [&](CSQLiteFileBasicDB& catalogue) {
+        if (!IsIndividualType(type)) return E_INVALIDARG;
         return FaceTableRows(catalogue).GetFacesInFile(fileId, type, *outFaces);
     });
 }
 
 HRESULT CZanDB4FaceDBMgr::GetUnassignedFaces(uint32_t type, CArray<IZanDB4FaceDBRecord*>* outFaces) {
-    if (outFaces == nullptr || !IsIndividualType(type)) return E_INVALIDARG;
+    if (outFaces == nullptr) return E_INVALIDARG;
     return LockedCall(m_stores.catalogue, E_FAIL, [&](CSQLiteFileBasicDB& catalogue) {
+        if (!IsIndividualType(type)) return E_INVALIDARG;
         return ReadFaces(catalogue.m_db, ForType(type, kSelectUnassignedPersonFaces, kSelectUnassignedPetFaces),
                          type, *outFaces);
     });

@@ -94,8 +94,8 @@ HRESULT CZanDB4FaceDBMgr::RemoveIndividual(uint64_t id, uint32_t type) {
 // A bad type answers E_INVALIDARG's value as if it were the count, where
 // GetFaceCount answers 0; applications see both, and both stay.
 uint32_t CZanDB4FaceDBMgr::GetIndividualCount(uint32_t type) {
-    if (!IsIndividualType(type)) return static_cast<uint32_t>(E_INVALIDARG);
     return LockedCall(m_stores.catalogue, 0u, [&](CSQLiteFileBasicDB& catalogue) -> uint32_t {
+        if (!IsIndividualType(type)) return static_cast<uint32_t>(E_INVALIDARG);
         Statement count(catalogue.m_db, ForType(type, kCountPersons, kCountPets));
         if (!count.IsPrepared() || count.Step() != SQLITE_ROW) return 0;
         return static_cast<uint32_t>(count.ColumnInt64(0));
@@ -142,8 +142,9 @@ HRESULT CZanDB4FaceDBMgr::GetIndividualsInAlbum(uint64_t albumId, uint32_t type,
 }
 
 HRESULT CZanDB4FaceDBMgr::GetIndividualIDsInAlbum(uint64_t albumId, uint32_t type, CArray<uint64_t>* outIds) {
-    if (outIds == nullptr || !IsIndividualType(type)) return E_INVALIDARG;
+    if (outIds == nullptr) return E_INVALIDARG;
     return LockedCall(m_stores.catalogue, E_FAIL, [&](CSQLiteFileBasicDB& catalogue) {
+        if (!IsIndividualType(type)) return E_INVALIDARG;
         return ReadIds(catalogue.m_db, ForType(type, kSelectPersonsInAlbum, kSelectPetsInAlbum), &albumId, *outIds);
     });
 }
@@ -160,8 +161,9 @@ HRESULT CZanDB4FaceDBMgr::GetIndividualsInFaceGroup(uint64_t groupId, uint32_t t
 // Its statements never prepare (see individual_tables.h): always E_FAIL with
 // the array emptied.
 HRESULT CZanDB4FaceDBMgr::GetIndividualIDsInFaceGroup(uint64_t groupId, uint32_t type, CArray<uint64_t>* outIds) {
-    if (outIds == nullptr || !IsIndividualType(type)) return E_INVALIDARG;
+    if (outIds == nullptr) return E_INVALIDARG;
     return LockedCall(m_stores.catalogue, E_FAIL, [&](CSQLiteFileBasicDB& catalogue) {
+        if (!IsIndividualType(type)) return E_INVALIDARG;
         return ReadIds(catalogue.m_db, ForType(type, kSelectPersonIdsInFaceGroup, kSelectPetIdsInFaceGroup),
                        &groupId, *outIds);
     });

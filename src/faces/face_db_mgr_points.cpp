@@ -17,6 +17,15 @@ bool IsIndividualType(uint32_t type) { return type == CSQLiteFileBasicDB::kPerso
 
 constexpr uint32_t kRawFormat = 0;
 
+// A group thumbnail operation: the catalogue's lock first, as every
+// operation of the manager, then the kind's factory of the grf family.
+template <class Operation>
+HRESULT GroupThumbnailCall(const FaceStores& stores, uint32_t kind, Operation&& operation) {
+    return LockedCall(stores.catalogue, E_FAIL, [&](CSQLiteFileBasicDB& catalogue) {
+        return zandb4::ThumbnailKindCall(catalogue, stores.groupThumbnails, kind, E_INVALIDARG, operation);
+    });
+}
+
 }  // namespace
 
 // ------------------------------------------------------------- thumbnails
@@ -197,16 +206,11 @@ HRESULT CZanDB4FaceDBMgr::RemoveFeaturePointGroup(uint64_t groupId, uint32_t typ
 }
 
 HRESULT CZanDB4FaceDBMgr::AddGroupThumbnail(uint64_t groupId, uint32_t kind, const void* data, uint32_t size) {
-    if (m_stores.catalogue == nullptr) return E_FAIL;
-    return zandb4::ThumbnailKindCall(*m_stores.catalogue, m_stores.groupThumbnails, kind, E_INVALIDARG,
-                                     [&](CSQLiteThumbDBFactory& factory) { return factory.AddThumbnail(groupId, data, size); });
+    return GroupThumbnailCall(m_stores, kind, [&](CSQLiteThumbDBFactory& factory) { return factory.AddThumbnail(groupId, data, size); });
 }
 
 HRESULT CZanDB4FaceDBMgr::UpdateGroupThumbnail(uint64_t groupId, uint32_t kind, const void* data, uint32_t size) {
-    if (m_stores.catalogue == nullptr) return E_FAIL;
-    return zandb4::ThumbnailKindCall(
-        *m_stores.catalogue, m_stores.groupThumbnails, kind, E_INVALIDARG,
-        [&](CSQLiteThumbDBFactory& factory) { return factory.UpdateThumbnail(groupId, data, size); });
+    return GroupThumbnailCall(m_stores, kind, [&](CSQLiteThumbDBFactory& factory) { return factory.UpdateThumbnail(groupId, data, size); });
 }
 
 HRESULT CZanDB4FaceDBMgr::RemoveGroupThumbnail(uint64_t groupId, uint32_t kind) {
@@ -214,9 +218,7 @@ HRESULT CZanDB4FaceDBMgr::RemoveGroupThumbnail(uint64_t groupId, uint32_t kind) 
 }
 
 HRESULT CZanDB4FaceDBMgr::GetGroupThumbnail(uint64_t groupId, uint32_t kind, IZanDB4FileCache** outCache) {
-    if (m_stores.catalogue == nullptr) return E_FAIL;
-    return zandb4::ThumbnailKindCall(*m_stores.catalogue, m_stores.groupThumbnails, kind, E_INVALIDARG,
-                                     [&](CSQLiteThumbDBFactory& factory) { return factory.GetThumbnail(groupId, outCache); });
+    return GroupThumbnailCall(m_stores, kind, [&](CSQLiteThumbDBFactory& factory) { return factory.GetThumbnail(groupId, outCache); });
 }
 
 HRESULT CZanDB4FaceDBMgr::GetFeaturePointGroup(uint64_t groupId, uint32_t type, IZanDB4FaceFeaturePointGroup** outGroup,

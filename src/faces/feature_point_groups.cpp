@@ -171,6 +171,8 @@ HRESULT FeaturePointGroups::UpdateGroupFeaturePoint(uint64_t id, uint32_t type, 
 
 HRESULT FeaturePointGroups::RemoveGroupThumbnail(uint64_t groupId, uint32_t kind) {
     if (m_catalogue == nullptr) return E_FAIL;
+    // The catalogue's lock before the kind is looked at, then the factory's.
+    CriticalSectionGuard catalogueGuard(m_catalogue->m_lock);
     return zandb4::ThumbnailKindCall(*m_catalogue, m_groupThumbnails, kind, E_INVALIDARG,
                                      [&](CSQLiteThumbDBFactory& factory) { return factory.DeleteThumbnail(groupId); });
 }

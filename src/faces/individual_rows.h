@@ -79,9 +79,10 @@ public:
     HRESULT SetIndividualFileCount(uint64_t id, uint32_t type, uint32_t count);
 
     // Numbers the records' individuals 1, 2, 3... in array order after
-    // clearing every place of the type; null entries and records without an
-    // id take no number. An empty array just clears. E_FAIL when an update
-    // failed (the others are written).
+    // clearing every place of the type; null entries take no number (a
+    // record with id 0 takes one, and its update touches no row). An empty
+    // array just clears. E_FAIL when an update failed (the others are
+    // written).
     HRESULT SetCustomOrder(uint32_t type, const CArray<IZanDB4IndividualDBRecord*>& records);
     // Every individual of the type loses its place.
     HRESULT ClearCustomOrder(uint32_t type);
