@@ -125,8 +125,7 @@ void PrintFeaturePointsText(const std::vector<FeaturePointSetReport>& sets, std:
             out << "; " << set.unreadable.size() << " unreadable, "
                 << (set.unreadable.size() == 1 ? "its points" : "their points") << " not counted";
         out << "\n";
-        for (const UnreadableShard& shard : set.unreadable)
-            out << "    " << EscapeField(shard.shown) << "  " << shard.reason << "\n";
+        PrintUnreadableShardsText(set.unreadable, out);
     }
 }
 
@@ -150,25 +149,13 @@ void WriteFeaturePointsJson(const std::vector<FeaturePointSetReport>& sets, Json
         // Counts of a folder that could not be listed are unknown, not 0.
         bool counted = set.problem.empty();
         json.Key("shards");
-        counted ? json.Integer(set.shards) : json.Null();
+        WriteCountOrNull(counted, set.shards, json);
         json.Key("live");
-        counted ? json.Integer(set.live) : json.Null();
+        WriteCountOrNull(counted, set.live, json);
         json.Key("removed");
-        if (counted && set.set == "working")
-            json.Integer(set.removed);
-        else
-            json.Null();
+        WriteCountOrNull(counted && set.set == "working", set.removed, json);
         json.Key("unreadable");
-        json.BeginArray();
-        for (const UnreadableShard& shard : set.unreadable) {
-            json.BeginObject(true);
-            json.Key("name");
-            json.String(shard.shown);
-            json.Key("problem");
-            json.String(shard.reason);
-            json.EndObject();
-        }
-        json.EndArray();
+        WriteUnreadableShardsJson(set.unreadable, json);
         json.EndObject();
     }
     json.EndArray();

@@ -29,6 +29,24 @@ const WCHAR* OrderSuffix(uint32_t order) {
     }
 }
 
+// What the writes of an individual take from its record. An empty name or
+// email is stored as an empty text: the answers of the getters are not
+// looked at.
+struct IndividualFields {
+    explicit IndividualFields(IZanDB4IndividualDBRecord& record) {
+        record.GetName(name);
+        record.GetEmail(email);
+        record.GetBirthday(&birthday.m_time);
+        record.GetAttributes(&attributes);
+        record.GetRecommend(&recommend);
+    }
+    CZanTString name;
+    CZanTString email;
+    CZanTDateTime birthday;
+    uint32_t attributes = 0;
+    uint32_t recommend = 0;
+};
+
 // Runs a prepared write to its end: S_OK when the step finished and the
 // finalize was clean.
 HRESULT RunToDone(Statement& statement) {
@@ -80,54 +98,32 @@ HRESULT IndividualRows::InsertIndividual(uint64_t id, IZanDB4IndividualDBRecord*
     uint32_t type = 0;
     record->GetIndividualType(&type);
     if (!IsIndividualType(type)) return E_INVALIDARG;
-    // An empty name or email is stored as an empty text: the answers of the
-    // getters are not looked at.
-    CZanTString name;
-    CZanTString email;
-    record->GetName(name);
-    record->GetEmail(email);
-    CZanTDateTime birthday;
-    record->GetBirthday(&birthday.m_time);
-    uint32_t attributes = 0;
-    uint32_t recommend = 0;
-    record->GetAttributes(&attributes);
-    record->GetRecommend(&recommend);
-
+    IndividualFields fields(*record);
     m_store.BeginTransaction();
     Statement insert(m_store.m_db, ForType(type, kInsertPerson, kInsertPet));
     if (!insert.IsPrepared()) return E_FAIL;
     insert.BindInt64(1, static_cast<int64_t>(id));
-    insert.BindText(2, name);
-    insert.BindText(3, email);
-    insert.BindInt64(4, birthday.GetPacked());
+    insert.BindText(2, fields.name);
+    insert.BindText(3, fields.email);
+    insert.BindInt64(4, fields.birthday.GetPacked());
     insert.BindInt64(5, CZanTDateTime(zandb4::platform::GetSystemTime()).GetPacked());
     insert.BindInt64(6, 0);
-    insert.BindInt64(7, attributes);
-    insert.BindInt64(8, recommend);
+    insert.BindInt64(7, fields.attributes);
+    insert.BindInt64(8, fields.recommend);
     return RunToDone(insert);
 }
 
 HRESULT IndividualRows::UpdateIndividual(uint64_t id, IZanDB4IndividualDBRecord* record, uint32_t type) {
     if (record == nullptr || !IsIndividualType(type)) return E_INVALIDARG;
-    CZanTString name;
-    CZanTString email;
-    record->GetName(name);
-    record->GetEmail(email);
-    CZanTDateTime birthday;
-    record->GetBirthday(&birthday.m_time);
-    uint32_t attributes = 0;
-    uint32_t recommend = 0;
-    record->GetAttributes(&attributes);
-    record->GetRecommend(&recommend);
-
+    IndividualFields fields(*record);
     m_store.BeginTransaction();
     Statement update(m_store.m_db, ForType(type, kUpdatePerson, kUpdatePet));
     if (!update.IsPrepared()) return E_FAIL;
-    update.BindText(1, name);
-    update.BindText(2, email);
-    update.BindInt64(3, birthday.GetPacked());
-    update.BindInt64(4, attributes);
-    update.BindInt64(5, recommend);
+    update.BindText(1, fields.name);
+    update.BindText(2, fields.email);
+    update.BindInt64(3, fields.birthday.GetPacked());
+    update.BindInt64(4, fields.attributes);
+    update.BindInt64(5, fields.recommend);
     update.BindInt64(6, static_cast<int64_t>(id));
     return RunToDone(update);
 }
