@@ -16,7 +16,9 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/file_basic_db.h"
 #include "frame/com_ptr.h"
+#include "gps/gps_log_db.h"
 #include "library/database_registry.h"
 #include "platform/clock.h"
 #include "support/sqlite_probe.h"
