@@ -177,11 +177,7 @@ public:
     bool Find(uint64_t id, Record** out) {
         if (id == 0) return false;
         CriticalSectionGuard guard(m_lock);
-        Record* found = m_map.Find(id);
-        if (found == nullptr) return false;
-        found->AddRef();
-        *out = found;
-        return true;
+        return FindHeld(id, out);
     }
 
     // A null record or id 0 stores nothing and answers false. An id already
@@ -190,9 +186,7 @@ public:
     bool Add(uint64_t id, Record* record) {
         if (id == 0 || record == nullptr) return false;
         CriticalSectionGuard guard(m_lock);
-        record->AddRef();
-        m_map.Insert(id, record);
-        return true;
+        return AddHeld(id, record);
     }
 
     // Makes record the live record of id unless one is stored already, which
@@ -212,6 +206,28 @@ public:
     bool Remove(uint64_t id) {
         if (id == 0) return false;
         CriticalSectionGuard guard(m_lock);
+        return RemoveHeld(id);
+    }
+
+    // Find, Add and Remove for a caller that holds the cache's lock already,
+    // as the work that Use runs does: the same, without taking the lock a
+    // second time. A search calls them once per row.
+    bool FindHeld(uint64_t id, Record** out) {
+        if (id == 0) return false;
+        Record* found = m_map.Find(id);
+        if (found == nullptr) return false;
+        found->AddRef();
+        *out = found;
+        return true;
+    }
+    bool AddHeld(uint64_t id, Record* record) {
+        if (id == 0 || record == nullptr) return false;
+        record->AddRef();
+        m_map.Insert(id, record);
+        return true;
+    }
+    bool RemoveHeld(uint64_t id) {
+        if (id == 0) return false;
         Record* record = m_map.Erase(id);
         if (record == nullptr) return false;
         record->SetFileID(0);
@@ -292,7 +308,7 @@ public:
             // alive; its count is read after that.
             if (cache.m_map.Find(fileId) != record) return;
             if (currentCount() != 1) return;
-            removed = cache.Remove(fileId);
+            removed = cache.RemoveHeld(fileId);
         });
         return removed;
     }
