@@ -1,8 +1,9 @@
-// FileIdTable: the open-addressing map under FileRecordCache. Its removals
-// move later entries of a probe run back into the gap, which is where such a
-// table goes wrong, so the tests drive it through long runs of colliding
-// ids, runs that wrap round the end of the slots, growth and shrinking, and
-// check every entry against an ordered map after each step.
+// FileIdTable: the map under FileRecordCache, blocks of 64 neighbouring ids
+// behind a Robin Hood hash table of block numbers (KeyedSlots). The removal
+// of a Robin Hood table moves later entries of a probe run back into the
+// gap, which is where such a table goes wrong, so the tests drive both
+// through long runs of colliding keys, growth and shrinking, and check every
+// entry against an ordered map after each step.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +12,7 @@
 #include <random>
 #include <vector>
 
-#include "frame/file_record_cache.h"
+#include "frame/file_id_table.h"
 
 namespace {
 
@@ -116,6 +117,44 @@ TEST(FileIdTableTest, RandomInsertsAndRemovalsAgreeWithAnOrderedMap) {
     }
 }
 
+// Ids drawn from a wide range, so that most blocks hold a single id and the
+// directory of blocks grows, shrinks and has its own runs of collisions.
+TEST(FileIdTableTest, ScatteredIdsAgreeWithAnOrderedMap) {
+    Table table;
+    std::vector<Thing> things(3000);
+    std::map<uint64_t, Thing*> reference;
+    std::mt19937_64 random(11);
+    std::uniform_int_distribution<uint64_t> anyId(1, 1'000'000);
+    for (Thing& thing : things) {
+        uint64_t id = anyId(random);
+        if (table.Insert(id, &thing)) reference[id] = &thing;
+    }
+    ExpectSameEntries(table, reference);
+    std::vector<uint64_t> order;
+    for (const auto& entry : reference) order.push_back(entry.first);
+    std::shuffle(order.begin(), order.end(), std::mt19937_64(5));
+    for (size_t index = 0; index < order.size(); ++index) {
+        ASSERT_EQ(table.Erase(order[index]), reference[order[index]]);
+        reference.erase(order[index]);
+        if (index % 97 == 0) ExpectSameEntries(table, reference);
+    }
+    ExpectSameEntries(table, reference);
+}
+
+// A block emptied and filled again, as an import adds a record and lets it
+// go file after file.
+TEST(FileIdTableTest, AnIdAddedAndRemovedOverAndOverIsFoundOnlyWhilePresent) {
+    Table table;
+    Thing thing;
+    for (uint64_t id = 1; id <= 500; ++id) {
+        ASSERT_TRUE(table.Insert(id, &thing));
+        ASSERT_EQ(table.Find(id), &thing);
+        ASSERT_EQ(table.Erase(id), &thing);
+        ASSERT_EQ(table.Find(id), nullptr);
+    }
+    EXPECT_EQ(table.Size(), 0u);
+}
+
 // Ids that are far apart but whose hashes fall together: large multiples of
 // a power of two.
 TEST(FileIdTableTest, IdsThatDifferOnlyInTheirHighBitsAreAllKept) {
@@ -146,6 +185,29 @@ TEST(FileIdTableTest, SwapExchangesTheEntries) {
     EXPECT_EQ(left.Size(), 0u);
     EXPECT_EQ(left.Find(3), nullptr);
     EXPECT_EQ(right.Find(3), &thing);
+}
+
+// The directory on its own: random keys, inserted and erased at random over
+// a small range so that probe runs are long and wrap round the end of the
+// slots.
+TEST(KeyedSlotsTest, RandomInsertsAndRemovalsAgreeWithAnOrderedMap) {
+    zandb4::KeyedSlots<Thing> slots;
+    std::vector<Thing> things(400);
+    std::map<uint64_t, Thing*> reference;
+    std::mt19937_64 random(3);
+    std::uniform_int_distribution<uint64_t> anyKey(1, things.size());
+    for (int step = 0; step < 20'000; ++step) {
+        uint64_t key = anyKey(random);
+        if (random() % 3 != 0) {
+            EXPECT_EQ(slots.Insert(key, &things[key - 1]), reference.count(key) == 0);
+            reference.emplace(key, &things[key - 1]);
+        } else {
+            ASSERT_EQ(slots.Erase(key), reference.count(key) != 0 ? reference[key] : nullptr);
+            reference.erase(key);
+        }
+        ASSERT_EQ(slots.Size(), reference.size());
+        for (const auto& [present, thing] : reference) ASSERT_EQ(slots.Find(present), thing) << "key " << present;
+    }
 }
 
 }  // namespace
