@@ -1,7 +1,7 @@
-// BlockPool: slabs aligned to their own size, so that a block finds its slab
-// by rounding its address down. A slab starts with its header; its blocks
-// follow, handed out first from its free list and then from its untouched
-// end.
+// BlockPool: a slab starts with its header; its blocks follow, handed out
+// first from its free list and then from its untouched end. Each block is
+// the pointer to its slab followed by the object's bytes, so a block given
+// back finds its slab without a search.
 #include "records/block_pool.h"
 
 #include <new>
@@ -22,31 +22,32 @@ struct BlockPool::Slab {
 
 namespace {
 
-constexpr size_t kBlockAlignment = 16;
-
 constexpr size_t RoundUp(size_t size, size_t step) { return (size + step - 1) / step * step; }
 
-// The blocks start behind the header, on the blocks' alignment.
-constexpr size_t kFirstBlock = RoundUp(64, kBlockAlignment);
+// The slab's header takes the first 64 bytes.
+constexpr size_t kFirstBlock = 64;
+// The slab pointer in front of each object.
+constexpr size_t kOwnerSize = sizeof(void*);
 
 }  // namespace
 
+BlockPool::Slab*& BlockPool::OwnerOf(void* object) {
+    return *reinterpret_cast<Slab**>(static_cast<char*>(object) - kOwnerSize);
+}
+
 BlockPool::BlockPool(size_t blockSize)
-    : m_blockSize(RoundUp(blockSize < sizeof(FreeBlock) ? sizeof(FreeBlock) : blockSize, kBlockAlignment)),
-      m_blocksPerSlab((kSlabSize - kFirstBlock) / m_blockSize) {
-    static_assert(sizeof(Slab) <= kFirstBlock);
+    : m_stride(kOwnerSize + RoundUp(blockSize < sizeof(FreeBlock) ? sizeof(FreeBlock) : blockSize, kAlignment)),
+      m_blocksPerSlab((kSlabSize - kFirstBlock) / m_stride) {
+    static_assert(sizeof(Slab) <= kFirstBlock && kFirstBlock % kAlignment == 0);
+    static_assert(kOwnerSize % kAlignment == 0);
 }
 
 BlockPool::~BlockPool() {
     // Slabs that still have blocks out stay: their objects live on.
     if (m_spare != nullptr) {
         m_spare->~Slab();
-        ::operator delete(m_spare, std::align_val_t{kSlabSize});
+        ::operator delete(m_spare);
     }
-}
-
-BlockPool::Slab* BlockPool::SlabOf(void* block) const {
-    return reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~(uintptr_t{kSlabSize} - 1));
 }
 
 BlockPool::Slab* BlockPool::NewSlab() {
@@ -55,7 +56,7 @@ BlockPool::Slab* BlockPool::NewSlab() {
         m_spare = nullptr;
         return slab;
     }
-    void* memory = ::operator new(kSlabSize, std::align_val_t{kSlabSize});
+    void* memory = ::operator new(kSlabSize);
     ++m_slabs;
     return new (memory) Slab();
 }
@@ -80,24 +81,25 @@ void* BlockPool::Allocate() {
     std::lock_guard<std::mutex> guard(m_mutex);
     if (m_open == nullptr) LinkOpen(NewSlab());
     Slab* slab = m_open;
-    void* block;
+    void* object;
     if (slab->free != nullptr) {
-        block = slab->free;
+        object = slab->free;
         slab->free = slab->free->next;
     } else {
-        block = reinterpret_cast<char*>(slab) + kFirstBlock + slab->carved * m_blockSize;
+        object = reinterpret_cast<char*>(slab) + kFirstBlock + slab->carved * m_stride + kOwnerSize;
+        OwnerOf(object) = slab;
         ++slab->carved;
     }
     ++slab->live;
     if (slab->free == nullptr && slab->carved == m_blocksPerSlab) UnlinkOpen(slab);
-    return block;
+    return object;
 }
 
-void BlockPool::Free(void* block) {
-    if (block == nullptr) return;
+void BlockPool::Free(void* object) {
+    if (object == nullptr) return;
     std::lock_guard<std::mutex> guard(m_mutex);
-    Slab* slab = SlabOf(block);
-    FreeBlock* freed = static_cast<FreeBlock*>(block);
+    Slab* slab = OwnerOf(object);
+    FreeBlock* freed = static_cast<FreeBlock*>(object);
     freed->next = slab->free;
     slab->free = freed;
     --slab->live;
@@ -114,7 +116,7 @@ void BlockPool::Free(void* block) {
         return;
     }
     slab->~Slab();
-    ::operator delete(slab, std::align_val_t{kSlabSize});
+    ::operator delete(slab);
     --m_slabs;
 }
 

@@ -8,11 +8,13 @@
 // free list (or the slab's untouched end) and goes back onto it, and a slab
 // whose last block comes back is handed back at once, except for one kept
 // for the next burst. So the pool holds about what the live objects need.
+// Each block starts with a pointer to its slab; the object follows it.
 //
-// Slabs come from the global operator new, so a failed allocation throws
-// std::bad_alloc as a plain new would. Thread-safe: one mutex, taken for
-// the few instructions of each call and never while anything else is
-// called.
+// Slabs come from the global operator new, unaligned and below the size the
+// C library maps from the system one by one, so a slab is an ordinary heap
+// block; a failed allocation throws std::bad_alloc as a plain new would.
+// Thread-safe: one mutex, taken for the few instructions of each call and
+// never while anything else is called.
 #pragma once
 
 #include <cstddef>
@@ -29,8 +31,8 @@ public:
     BlockPool(const BlockPool&) = delete;
     BlockPool& operator=(const BlockPool&) = delete;
 
-    // A block of blockSize bytes, aligned like any object of that size up to
-    // 16 bytes. Throws std::bad_alloc when no slab can be had.
+    // A block of blockSize bytes, aligned to 8 bytes. Throws std::bad_alloc
+    // when no slab can be had.
     void* Allocate();
     // Gives back a block that Allocate handed out.
     void Free(void* block);
@@ -39,6 +41,7 @@ public:
     size_t SlabCount();
 
     static constexpr size_t kSlabSize = 64 * 1024;
+    static constexpr size_t kAlignment = 8;
 
 private:
     struct Slab;
@@ -46,13 +49,15 @@ private:
         FreeBlock* next;
     };
 
-    Slab* SlabOf(void* block) const;
+    // The slab pointer stored in front of an object.
+    static Slab*& OwnerOf(void* object);
     Slab* NewSlab();
     // The list of slabs that have a block to hand out.
     void LinkOpen(Slab* slab);
     void UnlinkOpen(Slab* slab);
 
-    const size_t m_blockSize;
+    // The stride of the blocks in a slab: the slab pointer and the object.
+    const size_t m_stride;
     const size_t m_blocksPerSlab;
     std::mutex m_mutex;
     Slab* m_open = nullptr;

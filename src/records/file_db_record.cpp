@@ -19,6 +19,8 @@ zandb4::BlockPool& RecordPool() {
 
 }  // namespace
 
+static_assert(alignof(CZanDB4FileDBRecord) <= zandb4::BlockPool::kAlignment);
+
 void* CZanDB4FileDBRecord::operator new(size_t size) {
     // A class derived from this one (none is) would not fit the pool's blocks.
     return size == sizeof(CZanDB4FileDBRecord) ? RecordPool().Allocate() : ::operator new(size);
