@@ -1,36 +1,21 @@
-// Tags and albums through the library's managers on the read-only start.
-// One of the files of the tool that include the library's internal headers
-// (for the catalogue's connection, on which the rows are counted).
+// Tags and albums through the library's managers on the read-only start,
+// with their rows counted beside them on the catalogue's connection
+// (tool_access) by the statements of the library's table descriptions.
 #include "album_tag_reader.h"
+
+#include <sqlite3.h>
 
 #include "albums/album_table.h"
 #include "albums/tag_tables.h"
-#include "catalogue/file_basic_db.h"
 #include "frame/com_ptr.h"
-#include "frame/critical_section.h"
-#include "library/database_registry.h"
-#include "library/read_only_start.h"
-#include "storage/statement.h"
+#include "library/tool_access.h"
 #include "store_reader.h"
 #include "zandb4.h"
 
 namespace zandb4::tool {
 namespace {
 
-constexpr WCHAR kBeginRead[] = u"BEGIN";
-constexpr WCHAR kEndRead[] = u"COMMIT";
-
-// The one number a COUNT statement answers, bound to id when id is given.
-// SQLITE_OK, or the code of the failure.
-int CountRows(sqlite3* db, const WCHAR* sql, const uint64_t* id, int64_t& count) {
-    Statement statement(db, sql);
-    if (id != nullptr) statement.BindInt64(1, static_cast<int64_t>(*id));
-    int step = statement.Step();
-    if (step == SQLITE_ROW) count = statement.ColumnInt64(0);
-    int code = statement.Finalize();
-    if (code == SQLITE_OK && step != SQLITE_ROW) code = step == SQLITE_DONE ? SQLITE_ERROR : step;
-    return code;
-}
+constexpr char kNoCatalogue[] = "the library holds no catalogue store";
 
 // The list read through a manager against the rows counted beside it.
 int CompareWithCount(size_t read, int64_t expected, const char* what, std::string& reason) {
@@ -69,23 +54,21 @@ template <class Read>
 LabelsResult ReadStarted(const std::string& root, int busyMilliseconds, Read&& read) {
     LabelsResult labels;
     CZanTString wideRoot = CZanTString::FromUtf8(root.c_str());
-    labels.result = StartReadOnly(wideRoot.GetString(), busyMilliseconds);
+    labels.result = tool_access::StartReadOnly(wideRoot.GetString(), busyMilliseconds);
     if (labels.result != S_OK) {
         labels.outcome = LabelsResult::Outcome::kStartFailed;
         return labels;
     }
-    CSQLiteFileBasicDB* catalogue = DatabaseRegistry::fileBasicDB;
     int code = SQLITE_ERROR;
-    if (catalogue == nullptr) {
-        labels.reason = "the library holds no catalogue store";
-    } else {
-        CriticalSectionGuard guard(catalogue->m_lock);
-        code = Exec(catalogue->m_db, kBeginRead);
-        if (code == SQLITE_OK)
+    {
+        tool_access::CatalogueRead transaction;
+        if (!transaction.HasCatalogue()) {
+            labels.reason = kNoCatalogue;
+        } else if ((code = transaction.BeginCode()) == SQLITE_OK) {
             code = read(labels);
-        else
+        } else {
             labels.reason = ReasonOfCode(code, busyMilliseconds);
-        Exec(catalogue->m_db, kEndRead);
+        }
     }
     ZanDB4_Finalize();
     if (code != SQLITE_OK) {
@@ -99,14 +82,8 @@ LabelsResult ReadStarted(const std::string& root, int busyMilliseconds, Read&& r
 }  // namespace
 
 int ReadTagsOfStartedLibrary(bool countFiles, std::vector<TagRow>& tags, std::string& reason, int busyMilliseconds) {
-    CSQLiteFileBasicDB* catalogue = DatabaseRegistry::fileBasicDB;
-    if (catalogue == nullptr) {
-        reason = "the library holds no catalogue store";
-        return SQLITE_ERROR;
-    }
-    CriticalSectionGuard guard(catalogue->m_lock);
     int64_t expected = 0;
-    int code = CountRows(catalogue->m_db, tag_tables::kCountTags, nullptr, expected);
+    int code = tool_access::CountCatalogueRows(tag_tables::kCountTags, nullptr, expected);
     if (code != SQLITE_OK) {
         reason = ReasonOfCode(code, busyMilliseconds);
         return code;
@@ -133,21 +110,15 @@ int ReadTagsOfStartedLibrary(bool countFiles, std::vector<TagRow>& tags, std::st
     }
     code = CompareWithCount(tags.size(), expected, "tags are", reason);
     for (size_t index = 0; code == SQLITE_OK && countFiles && index < tags.size(); ++index) {
-        code = CountRows(catalogue->m_db, tag_tables::kCountLinksOfTag, &tags[index].id, tags[index].files);
+        code = tool_access::CountCatalogueRows(tag_tables::kCountLinksOfTag, &tags[index].id, tags[index].files);
         if (code != SQLITE_OK) reason = ReasonOfCode(code, busyMilliseconds);
     }
     return code;
 }
 
 int ReadAlbumsOfStartedLibrary(std::vector<AlbumRow>& albums, std::string& reason, int busyMilliseconds) {
-    CSQLiteFileBasicDB* catalogue = DatabaseRegistry::fileBasicDB;
-    if (catalogue == nullptr) {
-        reason = "the library holds no catalogue store";
-        return SQLITE_ERROR;
-    }
-    CriticalSectionGuard guard(catalogue->m_lock);
     int64_t expected = 0;
-    int code = CountRows(catalogue->m_db, album_table::kCount, nullptr, expected);
+    int code = tool_access::CountCatalogueRows(album_table::kCount, nullptr, expected);
     if (code != SQLITE_OK) {
         reason = ReasonOfCode(code, busyMilliseconds);
         return code;

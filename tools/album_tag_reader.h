@@ -51,8 +51,9 @@ struct LabelsResult {
 LabelsResult ReadTags(const std::string& root, int busyMilliseconds);
 LabelsResult ReadAlbums(const std::string& root, int busyMilliseconds);
 
-// With the library up (read-only start), inside a read transaction the caller
-// holds on the catalogue's connection: every tag through the tag manager
+// With the library up (read-only start), inside the read transaction the
+// caller holds on the catalogue (tool_access::CatalogueRead, which also
+// holds the catalogue's lock): every tag through the tag manager
 // (with file counts when countFiles), every album through the album manager.
 // The number of rows is counted alongside, so that a list cut short by a lock
 // or damage is a failure, not a shorter list. Answer SQLITE_OK, or the SQLite

@@ -177,6 +177,22 @@ int RequireReadableCatalogue(const std::string& root, const Reporter& report) {
 namespace {
 
 constexpr char kStagingName[] = "FileBasicAsync.db";
+constexpr char kMemoryDataName[] = "Memory.db";
+constexpr char kUsageLogName[] = "UserLog.db";
+
+// The contents read of database/NAME: the store the folder's listing read,
+// or, for an entry that is a folder, why it cannot be read (into held).
+// Null when there is no such entry.
+const StoreContents* FindStore(const ReportFolder& database, const std::string& root, const std::string& name,
+                               StoreContents& held) {
+    for (const ReportEntry& entry : database.entries) {
+        if (entry.shown != "database/" + name) continue;
+        if (entry.kind == ReportEntry::Kind::kStore) return &entry.store;
+        held = ReadStore(fs::path(root) / "database" / name, kBusyMilliseconds, RowCounts::kEveryTable);
+        return &held;
+    }
+    return nullptr;
+}
 
 std::optional<int64_t> RowsOf(const StoreContents& store, const std::string& table) {
     for (const TableRows& rows : store.tables)
@@ -243,7 +259,12 @@ CatalogueReport ReadCatalogueReport(const std::string& root) {
     report.folders.push_back(ReadFolder(root, "database"));
     report.folders.push_back(ReadFolder(root, "information"));
     report.shards = ReadShardReports(root);
+    report.featurePoints = ReadFeaturePointReports(root);
     report.staging = SummariseStaging(report.folders[0]);
+    StoreContents memoryData;
+    StoreContents usageLog;
+    report.memoryData = SummariseMemoryData(FindStore(report.folders[0], root, kMemoryDataName, memoryData));
+    report.usageLog = SummariseUsageLog(FindStore(report.folders[0], root, kUsageLogName, usageLog));
     const ReportEntry* catalogue = nullptr;
     for (const ReportEntry& entry : report.folders[0].entries) {
         if (entry.kind == ReportEntry::Kind::kStore && entry.shown == std::string("database/") + kCatalogueName)
@@ -279,7 +300,9 @@ void PrintReportText(const CatalogueReport& report, std::ostream& out) {
         }
     }
     PrintShardsText(report.shards, out);
+    PrintFeaturePointsText(report.featurePoints, out);
     PrintStagingText(report.staging, out);
+    PrintLogsText(report.memoryData, report.usageLog, out);
 }
 
 void PrintReportJson(const CatalogueReport& report, std::ostream& out) {
@@ -320,8 +343,14 @@ void PrintReportJson(const CatalogueReport& report, std::ostream& out) {
     json.EndArray();
     json.Key("shards");
     WriteShardsJson(report.shards, json);
+    json.Key("feature_points");
+    WriteFeaturePointsJson(report.featurePoints, json);
     json.Key("staged");
     StagingJson(report.staging, json);
+    json.Key("memory_data");
+    WriteMemoryDataJson(report.memoryData, json);
+    json.Key("usage_log");
+    WriteUsageLogJson(report.usageLog, json);
     json.EndObject();
     json.Finish();
 }

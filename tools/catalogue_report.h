@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "command.h"
+#include "feature_point_report.h"
+#include "logs_report.h"
 #include "shard_report.h"
 #include "store_reader.h"
 
@@ -73,12 +75,17 @@ struct CatalogueReport {
     CatalogueCheck catalogue;
     std::vector<ReportFolder> folders;  // database, information
     std::vector<ShardFolderReport> shards;
+    std::vector<FeaturePointSetReport> featurePoints;
     StagingSummary staging;
+    MemoryDataSummary memoryData;
+    UsageLogSummary usageLog;
 };
 
 // Reads root/database and root/information; every ".db" file is read as a
 // store, counting the rows of each of its tables. Then counts the shard
-// files and rows of every shard folder under root/database.
+// files and rows of every shard folder under root/database, and the shard
+// files and points of every feature point set. The staging, memory data and
+// usage log summaries come from the stores read.
 CatalogueReport ReadCatalogueReport(const std::string& root);
 
 // One line per folder, per entry, and per table of a store; names escaped

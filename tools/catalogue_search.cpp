@@ -1,16 +1,13 @@
 // The search of "zandb4 ls" through the library's read-only start, query
-// tree and catalogue store, with tag and album names looked up through their
-// managers. One of the files of the tool that include the library's internal
-// headers.
+// tree and file manager, with tag and album names looked up through their
+// managers, all inside one read transaction on the catalogue (tool_access).
 #include "catalogue_search.h"
 
+#include <sqlite3.h>
+
 #include "album_tag_reader.h"
-#include "catalogue/file_basic_db.h"
 #include "frame/com_ptr.h"
-#include "frame/critical_section.h"
-#include "library/database_registry.h"
-#include "library/read_only_start.h"
-#include "storage/statement.h"
+#include "library/tool_access.h"
 #include "store_reader.h"
 #include "text_output.h"
 #include "zandb4.h"
@@ -19,8 +16,6 @@ namespace zandb4::tool {
 namespace {
 
 constexpr WCHAR kCountFiles[] = u"SELECT COUNT(*) FROM file_table";
-constexpr WCHAR kBeginRead[] = u"BEGIN";
-constexpr WCHAR kEndRead[] = u"COMMIT";
 
 SYSTEMTIME TimeOf(const Day& day) {
     SYSTEMTIME time{};
@@ -97,22 +92,6 @@ HRESULT MakeQuery(IZanDB4QueryMgr* queries, const std::vector<Condition>& condit
     return S_OK;
 }
 
-FileRow RowOf(IZanDB4FileDBRecord* record) {
-    FileRow row;
-    uint8_t favorite = 0;
-    CZanTString path, name;
-    record->GetFileID(&row.id);
-    record->GetShootingDateValue(&row.shootingDate);
-    record->GetFileFormat(&row.format);
-    record->GetIsFavorite(&favorite);
-    record->GetAlbumID(&row.album);
-    record->GetFilePath(path, nullptr);
-    record->GetFileName(name);
-    row.favorite = favorite != 0;
-    row.path = path.ToUtf8();
-    row.name = name.ToUtf8();
-    return row;
-}
 
 // The id each name condition stands for, read through the tag and album
 // managers; 0 for the other conditions. SQLITE_OK, or the code of a failed
@@ -173,7 +152,7 @@ int ResolveNames(const std::vector<Condition>& conditions, int busyMilliseconds,
 
 // The files of the query, with the count of the same selection read first,
 // inside the caller's read transaction.
-void ReadFiles(CSQLiteFileBasicDB* catalogue, IZanDB4QueryNode* query, int busyMilliseconds, SearchResult& search) {
+void ReadFiles(IZanDB4QueryNode* query, int busyMilliseconds, SearchResult& search) {
     CZanTString countSql = kCountFiles;
     CZanTString condition;
     if (query != nullptr && query->GetText(condition) == S_OK && !condition.IsEmpty()) {
@@ -181,14 +160,7 @@ void ReadFiles(CSQLiteFileBasicDB* catalogue, IZanDB4QueryNode* query, int busyM
         countSql += condition;
     }
     int64_t expected = -1;
-    int code = SQLITE_OK;
-    {
-        Statement count(catalogue->m_db, countSql.GetString());
-        int step = count.Step();
-        if (step == SQLITE_ROW) expected = count.ColumnInt64(0);
-        code = count.Finalize();
-        if (code == SQLITE_OK && step != SQLITE_ROW) code = step;
-    }
+    int code = tool_access::CountCatalogueRows(countSql.GetString(), nullptr, expected);
     // The files come through the public file manager, as an application
     // lists them: every column, oldest first, then by name.
     CList<IZanDB4FileDBRecord*> records;
@@ -200,7 +172,7 @@ void ReadFiles(CSQLiteFileBasicDB* catalogue, IZanDB4QueryNode* query, int busyM
     if (code == SQLITE_OK) files->ListFiles(query, 1, &records, 0);
     for (POSITION position = records.GetHeadPosition(); position != nullptr;) {
         IZanDB4FileDBRecord* record = records.GetNext(position);
-        search.files.push_back(RowOf(record));
+        search.files.push_back(FileRowOf(record));
         record->Release();
     }
     if (code != SQLITE_OK) {
@@ -217,6 +189,23 @@ void ReadFiles(CSQLiteFileBasicDB* catalogue, IZanDB4QueryNode* query, int busyM
 
 }  // namespace
 
+FileRow FileRowOf(IZanDB4FileDBRecord* record) {
+    FileRow row;
+    uint8_t favorite = 0;
+    CZanTString path, name;
+    record->GetFileID(&row.id);
+    record->GetShootingDateValue(&row.shootingDate);
+    record->GetFileFormat(&row.format);
+    record->GetIsFavorite(&favorite);
+    record->GetAlbumID(&row.album);
+    record->GetFilePath(path, nullptr);
+    record->GetFileName(name);
+    row.favorite = favorite != 0;
+    row.path = path.ToUtf8();
+    row.name = name.ToUtf8();
+    return row;
+}
+
 std::string TagCondition(uint64_t tagId) {
     return "file_id IN (SELECT file_id FROM tag_file_table WHERE tag_id=" + std::to_string(tagId) + ")";
 }
@@ -231,28 +220,23 @@ std::string LiteralPathPrefixCondition(const std::string& prefix) {
 SearchResult SearchFiles(const std::string& root, const std::vector<Condition>& conditions, int busyMilliseconds) {
     SearchResult search;
     CZanTString wideRoot = CZanTString::FromUtf8(root.c_str());
-    search.result = StartReadOnly(wideRoot.GetString(), busyMilliseconds);
+    search.result = tool_access::StartReadOnly(wideRoot.GetString(), busyMilliseconds);
     if (search.result != S_OK) {
         search.outcome = SearchResult::Outcome::kStartFailed;
         return search;
     }
-    CSQLiteFileBasicDB* catalogue = DatabaseRegistry::fileBasicDB;
-    if (catalogue == nullptr) {
-        search.outcome = SearchResult::Outcome::kQueryFailed;
-        search.result = E_FAIL;
-        ZanDB4_Finalize();
-        return search;
-    }
     {
         // Names, count and files are read in one read transaction.
-        CriticalSectionGuard guard(catalogue->m_lock);
-        int code = Exec(catalogue->m_db, kBeginRead);
+        tool_access::CatalogueRead read;
+        int code = read.BeginCode();
         std::vector<uint64_t> ids(conditions.size(), 0);
-        if (code == SQLITE_OK)
-            code = ResolveNames(conditions, busyMilliseconds, ids, search);
-        else
+        if (!read.HasCatalogue()) {
+            search.outcome = SearchResult::Outcome::kQueryFailed;
+            search.result = E_FAIL;
+        } else if (code != SQLITE_OK) {
+            search.outcome = SearchResult::Outcome::kReadFailed;
             search.reason = ReasonOfCode(code, busyMilliseconds);
-        if (code != SQLITE_OK) {
+        } else if ((code = ResolveNames(conditions, busyMilliseconds, ids, search)) != SQLITE_OK) {
             search.outcome = SearchResult::Outcome::kReadFailed;
         } else if (search.outcome == SearchResult::Outcome::kFound) {
             ComPtr<IZanDB4QueryMgr> queries;
@@ -263,10 +247,9 @@ SearchResult SearchFiles(const std::string& root, const std::vector<Condition>& 
                 search.outcome = SearchResult::Outcome::kQueryFailed;
                 search.result = made;
             } else {
-                ReadFiles(catalogue, query.Get(), busyMilliseconds, search);
+                ReadFiles(query.Get(), busyMilliseconds, search);
             }
         }
-        Exec(catalogue->m_db, kEndRead);
     }
     ZanDB4_Finalize();
     return search;

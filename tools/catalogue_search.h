@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "conditions.h"
+#include "zandb4/records.h"
 #include "zandb4/types.h"
 
 namespace zandb4::tool {
@@ -44,6 +45,9 @@ struct SearchResult {
 // files, so a read cut short by a lock or damage is a kReadFailed, never a
 // shorter list.
 SearchResult SearchFiles(const std::string& root, const std::vector<Condition>& conditions, int busyMilliseconds);
+
+// The row of a file record as the listings print it.
+FileRow FileRowOf(IZanDB4FileDBRecord* record);
 
 // The SQL condition that holds for the file paths starting with prefix,
 // literally and case-sensitively: '%', '_' and '"' are plain characters,

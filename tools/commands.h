@@ -13,5 +13,7 @@ const Command& CommitCommand();
 const Command& TagsCommand();
 const Command& AlbumsCommand();
 const Command& ImportCommand();
+const Command& FacesCommand();
+const Command& StatsCommand();
 
 }  // namespace zandb4::tool

@@ -1,19 +1,19 @@
-// Shard names, shard listings and thumbnail reads through the library's own
-// naming rule, table description and shard class. One of the files of the
-// tool that include the library's internal headers (with store_reader.cpp
-// and catalogue_search.cpp).
+// Shard names, shard listings and thumbnail reads: the names and the listing
+// by the library's own rules (asked through tool_access), the thumbnail read
+// with SQLite directly on a read-only connection, by the library's
+// description of the table.
 #include "shard_reader.h"
 
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <optional>
 #include <system_error>
 
-#include "shards/shard_files.h"
-#include "shards/thumb_db.h"
+#include "library/tool_access.h"
+#include "read_statement.h"
 #include "shards/thumbnail_families.h"
 #include "shards/thumbnail_table.h"
-#include "storage/statement.h"
 #include "store_reader.h"
 
 namespace fs = std::filesystem;
@@ -61,14 +61,11 @@ std::string ThumbnailFolderName(std::string_view family, int kind) {
     return std::string(family) + CZanTString(suffix).ToUtf8();
 }
 
-std::string ThumbnailShardName(uint64_t id) {
-    uint64_t shard = shard_files::ShardNumberOf(id, shard_files::kIdsPerShard);
-    return shard_files::FileNameOf(shard, shard_files::kPaddedNameFormat).ToUtf8();
-}
+std::string ThumbnailShardName(uint64_t id) { return tool_access::ThumbnailShardFileName(id).ToUtf8(); }
 
 std::vector<std::string> ShardFileNames(const fs::path& folder) {
     std::vector<std::string> names;
-    for (const CZanTString& name : shard_files::ShardFileNamesIn(CZanTString::FromUtf8(folder.c_str())))
+    for (const CZanTString& name : tool_access::ShardFileNamesIn(CZanTString::FromUtf8(folder.c_str())))
         names.push_back(name.ToUtf8());
     std::sort(names.begin(), names.end());
     return names;
@@ -76,10 +73,10 @@ std::vector<std::string> ShardFileNames(const fs::path& folder) {
 
 ThumbnailRead ReadThumbnail(const fs::path& shardFile, uint64_t id, int busyMilliseconds) {
     ThumbnailRead read;
-    CSQLiteThumbDB shard;
-    shard.m_folder = CZanTString::FromUtf8(shardFile.parent_path().c_str());
-    shard.m_fileName = CZanTString::FromUtf8(shardFile.filename().c_str());
-    if (shard.OpenReadOnly(busyMilliseconds) != S_OK) {
+    std::error_code error;
+    std::optional<ReadOnlyConnection> shard;
+    if (fs::exists(shardFile, error)) shard.emplace(shardFile, busyMilliseconds);
+    if (!shard || shard->OpenCode() != SQLITE_OK) {
         read.reason = "cannot be opened read-only";
         return read;
     }
@@ -89,7 +86,7 @@ ThumbnailRead ReadThumbnail(const fs::path& shardFile, uint64_t id, int busyMill
     // from a shard without the row.
     int64_t tables = 0;
     {
-        Statement probe(shard.m_db, kHasThumbnailTable);
+        ReadStatement probe(shard->Handle(), kHasThumbnailTable);
         int step = probe.IsPrepared() ? probe.Step() : SQLITE_OK;
         if (step == SQLITE_ROW) tables = probe.ColumnInt64(0);
         int finalized = probe.Finalize();
@@ -101,7 +98,7 @@ ThumbnailRead ReadThumbnail(const fs::path& shardFile, uint64_t id, int busyMill
         return read;
     }
 
-    Statement select(shard.m_db, thumbnail_table::kSelectById);
+    ReadStatement select(shard->Handle(), thumbnail_table::kSelectById);
     if (!select.IsPrepared()) return Unreadable(select.Finalize(), busyMilliseconds);
     // Identifiers above 2^63 - 1 are stored with the same 64 bits, as a
     // negative SQLite integer.

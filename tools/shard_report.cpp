@@ -81,6 +81,31 @@ std::vector<ShardFolderReport> ReadShardReports(const fs::path& root) {
     return reports;
 }
 
+void PrintUnreadableShardsText(const std::vector<UnreadableShard>& unreadable, std::ostream& out) {
+    for (const UnreadableShard& shard : unreadable)
+        out << "    " << EscapeField(shard.shown) << "  " << shard.reason << "\n";
+}
+
+void WriteUnreadableShardsJson(const std::vector<UnreadableShard>& unreadable, JsonWriter& json) {
+    json.BeginArray();
+    for (const UnreadableShard& shard : unreadable) {
+        json.BeginObject(true);
+        json.Key("name");
+        json.String(shard.shown);
+        json.Key("problem");
+        json.String(shard.reason);
+        json.EndObject();
+    }
+    json.EndArray();
+}
+
+void WriteCountOrNull(bool counted, int64_t count, JsonWriter& json) {
+    if (counted)
+        json.Integer(count);
+    else
+        json.Null();
+}
+
 void PrintShardsText(const std::vector<ShardFolderReport>& shards, std::ostream& out) {
     out << "shard folders\n";
     for (const ShardFolderReport& folder : shards) {
@@ -105,8 +130,7 @@ void PrintShardsText(const std::vector<ShardFolderReport>& shards, std::ostream&
             out << "; " << folder.unreadable.size() << " unreadable, "
                 << (folder.unreadable.size() == 1 ? "its rows" : "their rows") << " not counted";
         out << "\n";
-        for (const UnreadableShard& shard : folder.unreadable)
-            out << "    " << EscapeField(shard.shown) << "  " << shard.reason << "\n";
+        PrintUnreadableShardsText(folder.unreadable, out);
     }
 }
 
@@ -135,26 +159,11 @@ void WriteShardsJson(const std::vector<ShardFolderReport>& shards, JsonWriter& j
         // Counts of a folder that could not be listed are unknown, not 0.
         bool counted = folder.problem.empty();
         json.Key("files");
-        if (counted)
-            json.Integer(folder.files);
-        else
-            json.Null();
+        WriteCountOrNull(counted, folder.files, json);
         json.Key("rows");
-        if (counted)
-            json.Integer(folder.rows);
-        else
-            json.Null();
+        WriteCountOrNull(counted, folder.rows, json);
         json.Key("unreadable");
-        json.BeginArray();
-        for (const UnreadableShard& shard : folder.unreadable) {
-            json.BeginObject(true);
-            json.Key("name");
-            json.String(shard.shown);
-            json.Key("problem");
-            json.String(shard.reason);
-            json.EndObject();
-        }
-        json.EndArray();
+        WriteUnreadableShardsJson(folder.unreadable, json);
         json.EndObject();
     }
     json.EndArray();

@@ -36,6 +36,15 @@ struct ShardFolderReport {
 // and kind 2 in the library's order, then meta.
 std::vector<ShardFolderReport> ReadShardReports(const std::filesystem::path& root);
 
+// The lines under a folder's line that name each shard file that cannot be
+// read and why.
+void PrintUnreadableShardsText(const std::vector<UnreadableShard>& unreadable, std::ostream& out);
+// The value of an "unreadable" member: an array of {name, problem}.
+void WriteUnreadableShardsJson(const std::vector<UnreadableShard>& unreadable, JsonWriter& json);
+// A count of a folder that could be listed, or null for one that could not
+// (its counts are unknown, not 0).
+void WriteCountOrNull(bool counted, int64_t count, JsonWriter& json);
+
 void PrintShardsText(const std::vector<ShardFolderReport>& shards, std::ostream& out);
 // The value of the "shards" member: an array with an object per folder.
 void WriteShardsJson(const std::vector<ShardFolderReport>& shards, JsonWriter& json);

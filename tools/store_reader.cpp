@@ -1,14 +1,13 @@
-// Read-only reads of a store file through the library's statement helper.
-// One of the two files of the tool that include the library's internal
-// headers (with catalogue_search.cpp).
+// Read-only reads of a store file, with SQLite directly through the tool's
+// own statement helper.
 #include "store_reader.h"
 
 #include <sqlite3.h>
 
 #include <system_error>
 
-#include "storage/sqlite_db_base.h"
-#include "storage/statement.h"
+#include "library/tool_access.h"
+#include "read_statement.h"
 
 namespace fs = std::filesystem;
 
@@ -21,30 +20,11 @@ constexpr WCHAR kSelectPageSize[] = u"PRAGMA page_size";
 constexpr char kFileTable[] = "file_table";
 constexpr char kVersionTable[] = "version_info_table";
 
-// A read-only connection that is closed when it goes.
-class ReadOnlyConnection {
-public:
-    ReadOnlyConnection(const fs::path& file, int busyMilliseconds) {
-        m_code = sqlite3_open_v2(file.c_str(), &m_db, SQLITE_OPEN_READONLY, nullptr);
-        if (m_code == SQLITE_OK) sqlite3_busy_timeout(m_db, busyMilliseconds);
-    }
-    ~ReadOnlyConnection() { sqlite3_close(m_db); }
-    ReadOnlyConnection(const ReadOnlyConnection&) = delete;
-    ReadOnlyConnection& operator=(const ReadOnlyConnection&) = delete;
-
-    int OpenCode() const { return m_code; }
-    sqlite3* Handle() const { return m_db; }
-
-private:
-    sqlite3* m_db = nullptr;
-    int m_code = SQLITE_OK;
-};
-
 // Runs a statement, handing each row to onRow; SQLite's code for the whole
 // run: SQLITE_OK, or the first failure of prepare, step or finalize.
 template <class OnRow>
 int RunQuery(sqlite3* db, const CZanTString& sql, OnRow&& onRow) {
-    Statement statement(db, sql.GetString());
+    ReadStatement statement(db, sql.GetString());
     if (!statement.IsPrepared()) return statement.Finalize();
     int step = SQLITE_ROW;
     while ((step = statement.Step()) == SQLITE_ROW) onRow(statement);
@@ -106,7 +86,7 @@ std::string ReasonOfCode(int sqliteCode, int busyMilliseconds) {
 }
 
 int64_t ReadableMajorVersion() {
-    return static_cast<int64_t>(CSQLiteDBBase::kCurrentVersion / 1000);
+    return static_cast<int64_t>(tool_access::StoreVersion() / 1000);
 }
 
 bool IsNewerMajorVersion(int64_t version) {
@@ -138,7 +118,7 @@ StoreContents ReadStore(const fs::path& file, int busyMilliseconds, RowCounts co
     // that is not a database.
     std::vector<std::string> names;
     int code =
-        RunQuery(db, kSelectTableNames, [&](const Statement& row) { names.push_back(row.ColumnText(0).ToUtf8()); });
+        RunQuery(db, kSelectTableNames, [&](const ReadStatement& row) { names.push_back(row.ColumnText(0).ToUtf8()); });
     if (code != SQLITE_OK) {
         SetProblem(contents, code, busyMilliseconds);
         return contents;
@@ -148,7 +128,7 @@ StoreContents ReadStore(const fs::path& file, int busyMilliseconds, RowCounts co
     }
     if (contents.hasVersionTable) {
         bool first = true;
-        code = RunQuery(db, kSelectVersion, [&](const Statement& row) {
+        code = RunQuery(db, kSelectVersion, [&](const ReadStatement& row) {
             if (first) contents.version = row.ColumnInt64(0);
             first = false;
         });
@@ -157,7 +137,7 @@ StoreContents ReadStore(const fs::path& file, int busyMilliseconds, RowCounts co
             return contents;
         }
     }
-    code = RunQuery(db, kSelectPageSize, [&](const Statement& row) { contents.pageSize = row.ColumnInt64(0); });
+    code = RunQuery(db, kSelectPageSize, [&](const ReadStatement& row) { contents.pageSize = row.ColumnInt64(0); });
     if (code != SQLITE_OK) {
         SetProblem(contents, code, busyMilliseconds);
         return contents;
@@ -167,7 +147,7 @@ StoreContents ReadStore(const fs::path& file, int busyMilliseconds, RowCounts co
         if (counts == RowCounts::kEveryTable || name == kFileTable) {
             CZanTString sql = u"SELECT COUNT(*) FROM ";
             sql += QuotedIdentifier(name);
-            code = RunQuery(db, sql, [&](const Statement& row) { table.rows = row.ColumnInt64(0); });
+            code = RunQuery(db, sql, [&](const ReadStatement& row) { table.rows = row.ColumnInt64(0); });
             // The first failing count tells the whole store's problem; the
             // other tables are still listed.
             if (code != SQLITE_OK && contents.problem == StoreProblem::kNone)

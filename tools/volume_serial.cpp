@@ -1,14 +1,12 @@
-// One of the files of the tool that include the library's internal headers:
-// a file's disk_vsn must be the serial the library itself would compute, or
-// the library's check of a swapped volume would not hold.
+// A file's disk_vsn must be the serial the library itself computes, or the
+// library's check of a swapped volume would not hold: so the library is
+// asked (tool_access), not the file system.
 #include "volume_serial.h"
 
-#include "platform/volume.h"
+#include "library/tool_access.h"
 
 namespace zandb4::tool {
 
-uint32_t VolumeSerialOf(const std::string& path) {
-    return zandb4::platform::GetVolumeSerial(path);
-}
+uint32_t VolumeSerialOf(const std::string& path) { return tool_access::VolumeSerialOf(path); }
 
 }  // namespace zandb4::tool

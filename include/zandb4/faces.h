@@ -306,8 +306,9 @@ public:
     // Always E_FAIL: its statement does not compile, which is kept so.
     virtual HRESULT GetIndividualIDsInFaceGroup(uint64_t groupId, uint32_t type, CArray<uint64_t>* outIds) = 0;
     // Clears the custom order of the type, then numbers the individuals of
-    // the array 1, 2, ... in array order, skipping null entries and records
-    // without an id. The array is not emptied. E_INVALIDARG for a null array.
+    // the array 1, 2, ... in array order, skipping null entries (a record
+    // with id 0 still takes a number). The array is not emptied.
+    // E_INVALIDARG for a null array.
     virtual HRESULT SetCustomOrder(uint32_t type, CArray<IZanDB4IndividualDBRecord*>* individuals) = 0;
     // Sets every custom index of the type to 0 (unplaced).
     virtual HRESULT ClearCustomOrder(uint32_t type) = 0;

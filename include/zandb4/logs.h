@@ -20,7 +20,7 @@ public:
     // SetID always answers S_OK; GetID E_INVALIDARG for a null out.
     virtual HRESULT SetID(uint64_t id) = 0;
     virtual HRESULT GetID(uint64_t* outId) = 0;
-    // SetType always answers S_OK; GetType does not test its out.
+    // SetType always answers S_OK; GetType E_INVALIDARG for a null out.
     virtual HRESULT SetType(uint32_t type) = 0;
     virtual HRESULT GetType(uint32_t* outType) = 0;
     // Copies the condition in, or out (always S_OK, also when empty).
@@ -44,9 +44,9 @@ public:
 class IZanDB4MemoryDataMgr : public IUnknown {
 public:
     // Stores the record's type, condition and data under a new id, which is
-    // set on the record (also when the insert failed on its key).
-    // E_INVALIDARG for a null record; E_FAIL for a key that is already
-    // stored.
+    // set on the record when the insert went through; a record refused on
+    // its key keeps its id. E_INVALIDARG for a null record; E_FAIL for a key
+    // that is already stored.
     virtual HRESULT AddRecord(IZanDB4MemRecord* record) = 0;
     // Stores the data under the key and a new id, written to outId (may be
     // null). E_FAIL for a key that is already stored.
@@ -124,8 +124,9 @@ public:
     // read.
     virtual HRESULT GetBitHistogram(uint32_t type, const CZanTDateTime& from, const CZanTDateTime& to,
                                     CArray<uint32_t>* outCounts) = 0;
-    // Calls callback for every day value from..to, newest first, with
-    // context. E_FAIL when to lies in a month before from; else S_OK.
+    // Calls callback for every day value of the days from..to, newest first,
+    // with context. E_FAIL when to lies in a month before from, or the
+    // values cannot be read; else S_OK.
     virtual HRESULT EnumDailyValues(const CZanTDateTime& from, const CZanTDateTime& to,
                                     ZanDB4DailyValueCallback callback, void* context) = 0;
     // Adds count to the day's launches; reads them back, E_FAIL when none.
@@ -134,7 +135,7 @@ public:
     // Opens a history at the moment of date; its key, the packed moment, is
     // written to outKey. E_FAIL when a history of that moment exists.
     virtual HRESULT BeginHistory(int64_t* outKey, const CZanTDateTime* date) = 0;
-    // Appends an item number to the history.
+    // Appends an item number to the history; E_FAIL for an unknown key.
     virtual HRESULT AddHistoryItem(int64_t key, int32_t item) = 0;
     // The history's item count and its items as text, decimal numbers
     // separated by '/'. E_FAIL for an unknown key.

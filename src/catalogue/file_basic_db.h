@@ -12,6 +12,8 @@
 //   albums/tag_links.h             tag_file_table
 //   albums/import_history_rows.h   import_history_table
 //   faces/face_rows.h              person_face_table, pet_face_table
+//   faces/individual_rows.h        person_table, pet_table, their group items,
+//                                  face_group_table
 //   shards/main_image_cache_rows.h main_image_cache_file_table
 // and each table is described once in the header named after it.
 //
@@ -63,6 +65,8 @@ public:
     // A person (type 1) or pet (type 2) whose file_count is recounted;
     // another type notes nothing.
     void NoteIndividualForRecount(uint64_t individualId, uint32_t type);
+    // Takes a noted person or pet out again, for one whose row is gone.
+    void ForgetIndividualRecount(uint64_t individualId, uint32_t type);
     // An album whose file count and date range are recounted.
     void NoteAlbumForRecount(uint64_t albumId) override;
     // A group of persons (type 1) or pets (type 2). Nothing in the library
@@ -82,6 +86,11 @@ public:
     // any failure, which is every call for a pet.
     uint32_t CountFilesOfIndividual(uint64_t individualId, uint32_t type);
 
+    // Whether a row of the table of idType (1 file, 2 album, 3 face group,
+    // 4 person, 5 person face, 6 pet, 7 pet face, 8 tag) holds the id; false
+    // for any other id type.
+    bool IsIDInUse(uint64_t id, uint32_t idType);
+
     // What a file record reads through (catalogue/file_basic_db.cpp).
     CCriticalSection& RowLock() override { return m_lock; }
     HRESULT ReadFileRow(uint64_t fileId, FileRowValues& row) override;
@@ -89,7 +98,6 @@ public:
     HRESULT FindMetaRecord(IZanDB4FileMetaDBRecord** outRecord, uint64_t fileId) override;
 
 private:
-    bool IsIdTaken(uint32_t idType, uint64_t id);
     void RecountIndividuals(uint32_t individualType, const std::set<uint64_t>& ids);
     void RecountGroups(uint32_t individualType, const std::set<uint64_t>& ids);
     void RecountAlbum(uint64_t albumId);

@@ -6,6 +6,7 @@
 #include "catalogue/file_table.h"
 #include "faces/face_tables.h"
 #include "faces/feature_point_group_tables.h"
+#include "faces/individual_rows.h"
 #include "faces/individual_tables.h"
 #include "storage/statement.h"
 
@@ -45,6 +46,11 @@ void CSQLiteFileBasicDB::NoteIndividualForRecount(uint64_t individualId, uint32_
     if (type == kPet) m_petRecount.insert(individualId);
 }
 
+void CSQLiteFileBasicDB::ForgetIndividualRecount(uint64_t individualId, uint32_t type) {
+    if (type == kPerson) m_personRecount.erase(individualId);
+    if (type == kPet) m_petRecount.erase(individualId);
+}
+
 void CSQLiteFileBasicDB::NoteAlbumForRecount(uint64_t albumId) { m_albumRecount.insert(albumId); }
 
 void CSQLiteFileBasicDB::NoteGroupForRecount(uint64_t groupId, uint32_t type) {
@@ -53,13 +59,7 @@ void CSQLiteFileBasicDB::NoteGroupForRecount(uint64_t groupId, uint32_t type) {
 }
 
 void CSQLiteFileBasicDB::WriteFileCount(uint32_t individualType, uint64_t id, int64_t count) {
-    BeginTransaction();
-    Statement update(m_db, individualType == kPet ? individual_tables::kUpdatePetFileCount
-                                                    : individual_tables::kUpdatePersonFileCount);
-    if (!update.IsPrepared()) return;
-    update.BindInt64(1, count);
-    update.BindInt64(2, static_cast<int64_t>(id));
-    update.Step();
+    IndividualRows(*this).SetIndividualFileCount(id, individualType, static_cast<uint32_t>(count));
 }
 
 uint32_t CSQLiteFileBasicDB::CountFilesOfIndividual(uint64_t individualId, uint32_t type) {
@@ -154,7 +154,7 @@ HRESULT CSQLiteFileBasicDB::Reopen() {
     return CSQLiteDBBase::Reopen();
 }
 
-bool CSQLiteFileBasicDB::IsIdTaken(uint32_t idType, uint64_t id) {
+bool CSQLiteFileBasicDB::IsIDInUse(uint64_t id, uint32_t idType) {
     const WCHAR* sql = IdTakenStatement(idType);
     if (sql == nullptr) return false;
     Statement select(m_db, sql);
@@ -168,6 +168,6 @@ HRESULT CSQLiteFileBasicDB::NewID(uint32_t idType, uint64_t* outId) {
         HRESULT drawn = CSQLiteDBBase::NewID(idType, outId);
         if (drawn != S_OK) return drawn;
         // A pooled id that turned out to be taken is dropped for good.
-        if (!IsIdTaken(idType, *outId)) return S_OK;
+        if (!IsIDInUse(*outId, idType)) return S_OK;
     }
 }

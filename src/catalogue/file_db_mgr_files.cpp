@@ -203,8 +203,10 @@ HRESULT CZanDB4FileDBMgr::DeleteFile(uint64_t fileId) {
         // The edited image goes with the file, so that a reused id never
         // finds the edit of the file it had before.
         EditFileCacheRows(catalogue).DeleteEditFileCache(fileId);
-        // Faces, their thumbnails and feature points go through the face
-        // manager, when this build has one.
+        // Then the face manager's removal of the file's faces. The row's
+        // delete above has taken the catalogue's faces of the file already,
+        // so it finds none: their thumbnails and feature points stay behind
+        // for the dead-link check to count, as they always have.
         ComPtr<IZanDB4FaceDBMgr> faces;
         if (zandb4::CreateInstance(IID_IZanDB4FaceDBMgr, reinterpret_cast<void**>(faces.Receive())) == S_OK)
             faces->RemoveFacesInFile(fileId);

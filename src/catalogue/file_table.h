@@ -88,6 +88,8 @@ inline constexpr uint32_t kShortRowFields =
     ~(CZanDB4FileDBRecord::kFileName | CZanDB4FileDBRecord::kFileAttributes | CZanDB4FileDBRecord::kDidDetectFace);
 
 inline constexpr WCHAR kSelectById[] = u"SELECT * FROM file_table WHERE file_id=? LIMIT 1";
+// Faces have been searched for in the file.
+inline constexpr WCHAR kMarkFaceDetected[] = u"UPDATE file_table SET did_detect_face='1' WHERE file_id=?";
 inline constexpr WCHAR kSelectAll[] = u"SELECT * FROM file_table";
 // Binds kColumnCount values in the order of Column, path_key derived.
 inline constexpr WCHAR kInsert[] =

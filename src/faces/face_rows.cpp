@@ -1,5 +1,5 @@
-// FaceTableRows: face rows to face records, the packed rectangle, and the
-// deletes that note individuals for the recount.
+// FaceTableRows: face rows to face records and back, the packed rectangle,
+// and the writes that note individuals for the recount.
 #include "faces/face_rows.h"
 
 #include <set>
@@ -7,6 +7,7 @@
 #include "faces/face_tables.h"
 #include "frame/com_ptr.h"
 #include "frame/factory.h"
+#include "shards/shard_files.h"
 #include "storage/result_codes.h"
 #include "storage/statement.h"
 #include "zandb4/identifiers.h"
@@ -62,6 +63,103 @@ HRESULT FaceTableRows::ReadFaceRow(IZanDB4FaceDBRecord** outRecord, const Statem
     face->SetIndividualType(type);
     *outRecord = face.Detach();
     return S_OK;
+}
+
+HRESULT FaceTableRows::InsertFace(uint64_t faceId, uint32_t type, IZanDB4FaceDBRecord* record) {
+    if (record == nullptr || !IsIndividualType(type)) return E_INVALIDARG;
+    m_store.BeginTransaction();
+    RECT rect{};
+    uint64_t individualId = 0;
+    uint64_t fileId = 0;
+    record->GetRect(&rect);
+    record->GetIndividualID(&individualId);
+    record->GetFileID(&fileId);
+    Statement insert(m_store.m_db, ForType(type, kInsertPersonFace, kInsertPetFace));
+    if (!insert.IsPrepared()) return E_FAIL;
+    insert.BindInt64(1, static_cast<int64_t>(faceId));
+    insert.BindInt64(2, PackRect(rect));
+    insert.BindInt64(3, static_cast<int64_t>(individualId));
+    insert.BindInt64(4, static_cast<int64_t>(fileId));
+    int step = insert.Step();
+    m_store.NoteIndividualForRecount(individualId, type);
+    int finalized = insert.Finalize();
+    return step == SQLITE_DONE && finalized == SQLITE_OK ? S_OK : E_FAIL;
+}
+
+HRESULT FaceTableRows::InsertFaces(const std::vector<IZanDB4FaceDBRecord*>& records) {
+    HRESULT answer = S_OK;
+    for (IZanDB4FaceDBRecord* record : records) {
+        if (record == nullptr) continue;
+        uint64_t faceId = 0;
+        uint32_t type = 0;
+        record->GetFaceID(&faceId);
+        record->GetIndividualType(&type);
+        if (InsertFace(faceId, type, record) != S_OK) answer = E_FAIL;
+    }
+    return answer;
+}
+
+HRESULT FaceTableRows::UpdateFace(uint64_t faceId, uint32_t type, IZanDB4FaceDBRecord* record) {
+    if (record == nullptr || !IsIndividualType(type)) return E_INVALIDARG;
+    if (!FaceExists(faceId, type)) return E_FAIL;
+    m_store.BeginTransaction();
+    ComPtr<IZanDB4FaceDBRecord> old;
+    if (LoadFace(faceId, type, old.Receive()) == S_OK) {
+        uint64_t oldIndividualId = 0;
+        old->GetIndividualID(&oldIndividualId);
+        m_store.NoteIndividualForRecount(oldIndividualId, type);
+    }
+    RECT rect{};
+    uint64_t individualId = 0;
+    uint64_t fileId = 0;
+    record->GetRect(&rect);
+    record->GetIndividualID(&individualId);
+    record->GetFileID(&fileId);
+    Statement update(m_store.m_db, ForType(type, kUpdatePersonFace, kUpdatePetFace));
+    if (!update.IsPrepared()) return E_FAIL;
+    update.BindInt64(1, PackRect(rect));
+    update.BindInt64(2, static_cast<int64_t>(individualId));
+    update.BindInt64(3, static_cast<int64_t>(fileId));
+    update.BindInt64(4, static_cast<int64_t>(faceId));
+    int step = update.Step();
+    m_store.NoteIndividualForRecount(individualId, type);
+    int finalized = update.Finalize();
+    return step == SQLITE_DONE && finalized == SQLITE_OK ? S_OK : E_FAIL;
+}
+
+bool FaceTableRows::FaceExists(uint64_t faceId, uint32_t type) {
+    if (!IsIndividualType(type)) return false;
+    Statement select(m_store.m_db, ForType(type, kSelectPersonFaceIdById, kSelectPetFaceIdById));
+    if (!select.IsPrepared()) return false;
+    select.BindInt64(1, static_cast<int64_t>(faceId));
+    return select.Step() == SQLITE_ROW;
+}
+
+HRESULT FaceTableRows::GetFacesInFile(uint64_t fileId, uint32_t type, CArray<IZanDB4FaceDBRecord*>& outRecords) {
+    outRecords.RemoveAll();
+    if (!IsIndividualType(type)) return E_INVALIDARG;
+    Statement select(m_store.m_db, ForType(type, kSelectPersonFacesOfFile, kSelectPetFacesOfFile));
+    if (!select.IsPrepared()) return E_FAIL;
+    select.BindInt64(1, static_cast<int64_t>(fileId));
+    while (select.Step() == SQLITE_ROW) {
+        IZanDB4FaceDBRecord* face = nullptr;
+        if (ReadFaceRow(&face, select, type, 0) == S_OK) outRecords.Add(face);
+    }
+    return outRecords.IsEmpty() ? E_FAIL : S_OK;
+}
+
+uint32_t FaceTableRows::CountFacesOutsideFiles(uint32_t type, const CZanTArray<uint64_t>& fileIds) {
+    if (!IsIndividualType(type)) return 0;
+    return shard_files::CountNotIn(m_store.m_db,
+                                   ForType(type, kCountPersonFacesOutsideFiles, kCountPetFacesOutsideFiles),
+                                   shard_files::QuotedIdList(fileIds));
+}
+
+uint32_t FaceTableRows::CountFacesOutsideIndividuals(uint32_t type, const CZanTArray<uint64_t>& individualIds) {
+    if (!IsIndividualType(type)) return 0;
+    return shard_files::CountNotIn(
+        m_store.m_db, ForType(type, kCountPersonFacesOutsideIndividuals, kCountPetFacesOutsideIndividuals),
+        shard_files::QuotedIdList(individualIds));
 }
 
 HRESULT FaceTableRows::LoadFace(uint64_t faceId, uint32_t type, IZanDB4FaceDBRecord** outRecord) {

@@ -30,8 +30,33 @@ inline constexpr WCHAR kSelectPersonFaceById[] = u"SELECT * FROM person_face_tab
 inline constexpr WCHAR kSelectPetFaceById[] = u"SELECT * FROM pet_face_table WHERE pet_face_id=? LIMIT 1";
 inline constexpr WCHAR kDeletePersonFace[] = u"DELETE FROM person_face_table WHERE person_face_id=?";
 inline constexpr WCHAR kDeletePetFace[] = u"DELETE FROM pet_face_table WHERE pet_face_id=?";
+inline constexpr WCHAR kInsertPersonFace[] =
+    u"INSERT INTO person_face_table (person_face_id, rect, person_id, file_id) VALUES (?,?,?,?)";
+inline constexpr WCHAR kInsertPetFace[] =
+    u"INSERT INTO pet_face_table (pet_face_id, rect, pet_id, file_id) VALUES (?,?,?,?)";
+inline constexpr WCHAR kUpdatePersonFace[] =
+    u"UPDATE person_face_table SET rect=?, person_id=?, file_id=? WHERE person_face_id=?";
+inline constexpr WCHAR kUpdatePetFace[] = u"UPDATE pet_face_table SET rect=?, pet_id=?, file_id=? WHERE pet_face_id=?";
+inline constexpr WCHAR kSelectPersonFaceIdById[] =
+    u"SELECT person_face_id FROM person_face_table WHERE person_face_id=? LIMIT 1";
+inline constexpr WCHAR kSelectPetFaceIdById[] = u"SELECT pet_face_id FROM pet_face_table WHERE pet_face_id=? LIMIT 1";
 inline constexpr WCHAR kSelectPersonFacesOfFile[] = u"SELECT * FROM person_face_table WHERE file_id=?";
 inline constexpr WCHAR kSelectPetFacesOfFile[] = u"SELECT * FROM pet_face_table WHERE file_id=?";
+
+// Faces whose file or individual is not among the listed ids, for the dead
+// link check. The %s is a list of quoted ids, "'1','2'".
+inline constexpr WCHAR kCountPersonFacesOutsideFiles[] =
+    u"SELECT COUNT(*) FROM person_face_table WHERE file_id NOT IN (%s)";
+inline constexpr WCHAR kCountPetFacesOutsideFiles[] = u"SELECT COUNT(*) FROM pet_face_table WHERE file_id NOT IN (%s)";
+inline constexpr WCHAR kCountPersonFacesOutsideIndividuals[] =
+    u"SELECT COUNT(*) FROM person_face_table WHERE person_id NOT IN (%s)";
+inline constexpr WCHAR kCountPetFacesOutsideIndividuals[] =
+    u"SELECT COUNT(*) FROM pet_face_table WHERE pet_id NOT IN (%s)";
+
+// An individual's faces go back to nobody when it is deleted. The quoted 0
+// is text; the column's integer affinity stores it as the integer 0.
+inline constexpr WCHAR kUnassignPersonFaces[] = u"UPDATE person_face_table SET person_id='0' WHERE person_id=?";
+inline constexpr WCHAR kUnassignPetFaces[] = u"UPDATE pet_face_table SET pet_id='0' WHERE pet_id=?";
 
 inline constexpr WCHAR kCountPersonFiles[] =
     u"SELECT COUNT( DISTINCT person_face_table.file_id ) FROM person_face_table WHERE person_face_table.person_id=?";
@@ -47,6 +72,18 @@ inline constexpr WCHAR kCountAssignedPersonFaces[] =
     u"SELECT COUNT(person_id) FROM person_face_table WHERE person_face_table.person_id!=0";
 inline constexpr WCHAR kCountAssignedPetFaces[] =
     u"SELECT COUNT(person_id) FROM pet_face_table WHERE pet_face_table.person_id!=0";
+
+// The face manager's own reads.
+inline constexpr WCHAR kCountPersonFaces[] = u"SELECT COUNT(*) FROM person_face_table";
+inline constexpr WCHAR kCountPetFaces[] = u"SELECT COUNT(*) FROM pet_face_table";
+inline constexpr WCHAR kSelectPersonFaces[] = u"SELECT * FROM person_face_table";
+inline constexpr WCHAR kSelectPetFaces[] = u"SELECT * FROM pet_face_table";
+inline constexpr WCHAR kSelectPersonFaceIds[] = u"SELECT person_face_id FROM person_face_table";
+// "pet_face_idd" is no column: the pet form never prepares, and the list of
+// pet face ids has always come back empty with E_FAIL. It stays so.
+inline constexpr WCHAR kSelectPetFaceIds[] = u"SELECT pet_face_idd FROM pet_face_table";
+inline constexpr WCHAR kSelectUnassignedPersonFaces[] = u"SELECT * FROM person_face_table WHERE person_id=0";
+inline constexpr WCHAR kSelectUnassignedPetFaces[] = u"SELECT * FROM pet_face_table WHERE pet_id=0";
 
 // The statement of the twin for an individual type: type 1 the person's,
 // any other the pet's.

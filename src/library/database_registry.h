@@ -11,8 +11,11 @@
 
 #include "frame/file_record_cache.h"
 
+class CSQLiteAccessLogDB;
 class CSQLiteAsyncDB;
+class CSQLiteFaceFeaturePointDBMgr;
 class CSQLiteFileBasicDB;
+class CSQLiteMemDB;
 class CSQLiteMetaDataDBFactory;
 class CSQLiteThumbDBMgr;
 
@@ -27,6 +30,12 @@ inline CSQLiteFileBasicDB* fileBasicDB = nullptr;
 // until they move into the catalogue.
 inline CSQLiteAsyncDB* asyncDB = nullptr;
 
+// The application's keyed memos, "Memory.db".
+inline CSQLiteMemDB* memDB = nullptr;
+
+// The application's usage statistics, "UserLog.db".
+inline CSQLiteAccessLogDB* accessLogDB = nullptr;
+
 // The seven thumbnail families, each with a folder "<name>_0s" for kind 1
 // and "<name>_1s" for kind 2: files, person and pet icons (individuals),
 // person and pet faces, albums, face groups.
@@ -37,6 +46,11 @@ inline CSQLiteThumbDBMgr* psnfThumbMgr = nullptr;
 inline CSQLiteThumbDBMgr* ptfThumbMgr = nullptr;
 inline CSQLiteThumbDBMgr* albmThumbMgr = nullptr;
 inline CSQLiteThumbDBMgr* grfThumbMgr = nullptr;
+
+// The two feature point families: persons ("rfpw", "rfpg", "rfpi") and
+// pets ("tfpw", "tfpg", "tfpi").
+inline CSQLiteFaceFeaturePointDBMgr* rfpMgr = nullptr;
+inline CSQLiteFaceFeaturePointDBMgr* tfpMgr = nullptr;
 
 // The large-metadata shards, folder "meta".
 inline CSQLiteMetaDataDBFactory* metaFactory = nullptr;

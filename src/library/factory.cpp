@@ -16,8 +16,13 @@
 #include "albums/tag_db_record.h"
 #include "catalogue/file_basic_db.h"
 #include "catalogue/file_db_mgr.h"
+#include "faces/face_db_mgr.h"
 #include "faces/face_db_record.h"
+#include "faces/individual_db_record.h"
+#include "faces/individual_group_db_record.h"
 #include "library/database_registry.h"
+#include "logs/access_log_mgr.h"
+#include "logs/memory_data_mgr.h"
 #include "records/file_db_record.h"
 #include "records/file_large_meta_data.h"
 #include "records/file_meta_db_record.h"
@@ -60,9 +65,23 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4EditFileCache, [] () -> IUnknown* { return new CZanDB4EditFileCache(); }},
     {&IID_IZanDB4FileLargeMetaData, [] () -> IUnknown* { return new CZanDB4FileLargeMetaData(); }},
     {&IID_IZanDB4FaceDBRecord, [] () -> IUnknown* { return new CZanDB4FaceDBRecord(); }},
-    {&IID_IZanDB4IndividualDBRecord, nullptr},
-    {&IID_IZanDB4IndividualGroupDBRecord, nullptr},
-    {&IID_IZanDB4FaceDBMgr, nullptr},
+    {&IID_IZanDB4IndividualDBRecord,
+     [] () -> IUnknown* { return new CZanDB4IndividualDBRecord(DatabaseRegistry::fileBasicDB); }},
+    {&IID_IZanDB4IndividualGroupDBRecord, [] () -> IUnknown* { return new CZanDB4IndividualGroupDBRecord(); }},
+    {&IID_IZanDB4FaceDBMgr,
+     [] () -> IUnknown* {
+         FaceStores stores;
+         stores.catalogue = DatabaseRegistry::fileBasicDB;
+         stores.staging = DatabaseRegistry::asyncDB;
+         stores.personIcons = DatabaseRegistry::psniThumbMgr;
+         stores.petIcons = DatabaseRegistry::ptiThumbMgr;
+         stores.personFaces = DatabaseRegistry::psnfThumbMgr;
+         stores.petFaces = DatabaseRegistry::ptfThumbMgr;
+         stores.personPoints = DatabaseRegistry::rfpMgr;
+         stores.petPoints = DatabaseRegistry::tfpMgr;
+         stores.groupThumbnails = DatabaseRegistry::grfThumbMgr;
+         return new CZanDB4FaceDBMgr(stores);
+     }},
     {&IID_IZanDB4FileCache, [] () -> IUnknown* { return new CZanDB4FileCache(); }},
     {&IID_IZanDB4ImportDBMgr, [] () -> IUnknown* { return new CZanDB4ImportMgr(DatabaseRegistry::fileBasicDB); }},
     {&IID_IZanDB4ImportDBRecord, [] () -> IUnknown* { return new CZanDB4ImportDBRecord(); }},
@@ -70,8 +89,9 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4GPSLogDBRecord, nullptr},
     {&IID_IZanDB4GPSLogFileRecord, nullptr},
     {&IID_IZanDB4GPSLogDBMgr, nullptr},
-    {&IID_IZanDB4MemoryDataMgr, nullptr},
-    {&IID_IZanDB4AccessLogDBMgr, nullptr},
+    {&IID_IZanDB4MemoryDataMgr, [] () -> IUnknown* { return new CZanDB4MemoryDataMgr(DatabaseRegistry::memDB); }},
+    {&IID_IZanDB4AccessLogDBMgr,
+     [] () -> IUnknown* { return new CZanDB4AccessLogDBMgr(DatabaseRegistry::accessLogDB); }},
     {&IID_IZanDB4AppLogDBMgr, nullptr},
 };
 

@@ -8,9 +8,12 @@
 // Stores are made in a fixed order and closed in another, with the catalogue
 // last because everything before it may still reach it.
 #include "catalogue/file_basic_db.h"
+#include "faces/feature_point_mgr.h"
 #include "frame/factory.h"
 #include "library/database_registry.h"
 #include "library/library_paths.h"
+#include "logs/access_log_db.h"
+#include "logs/memory_data_db.h"
 #include "platform/files.h"
 #include "shards/meta_data_db_factory.h"
 #include "shards/thumb_db_mgr.h"
@@ -65,6 +68,22 @@ void CloseThumbnailFamily(CSQLiteThumbDBMgr*& member) {
     member = nullptr;
 }
 
+// A feature point family with its working, group and individual sets; the
+// working set opens the shards already on disk.
+void MakeFeaturePointFamily(CSQLiteFaceFeaturePointDBMgr*& member, const CZanTString& databaseFolder,
+                            const WCHAR* working, const WCHAR* group, const WCHAR* individual) {
+    member = new CSQLiteFaceFeaturePointDBMgr();
+    member->Initialize(databaseFolder, working, group, individual);
+}
+
+// Drops the empty working shards, closes every shard and destroys the family.
+void CloseFeaturePointFamily(CSQLiteFaceFeaturePointDBMgr*& member) {
+    if (member == nullptr) return;
+    member->CloseAllShards();
+    delete member;
+    member = nullptr;
+}
+
 template <class Store>
 void CloseStore(Store*& member) {
     if (member == nullptr) return;
@@ -105,17 +124,21 @@ HRESULT StartLibrary(const WCHAR* root) {
 
     // The stores, in their fixed order. A store that fails to open stays in
     // the registry without a connection; its operations then answer E_FAIL.
-    // (The GPS, memory-data and access-log stores and the feature point
-    // families take their places as their classes join the library.)
-    // No shard folder is made here: each is made when its first shard is.
+    // (The GPS store takes its place after staging as its class joins the
+    // library.) No shard folder is made here: each is made when its first
+    // shard is.
     OpenStore(DatabaseRegistry::fileBasicDB, databaseFolder, u"FileBasic.db");
     OpenStore(DatabaseRegistry::asyncDB, databaseFolder, u"FileBasicAsync.db");
+    OpenStore(DatabaseRegistry::memDB, databaseFolder, u"Memory.db");
+    OpenStore(DatabaseRegistry::accessLogDB, databaseFolder, u"UserLog.db");
     MakeThumbnailFamily(DatabaseRegistry::thumbMgr, databaseFolder, u"thumb");
     MakeThumbnailFamily(DatabaseRegistry::psniThumbMgr, databaseFolder, u"psni");
     MakeThumbnailFamily(DatabaseRegistry::ptiThumbMgr, databaseFolder, u"pti");
     MakeThumbnailFamily(DatabaseRegistry::psnfThumbMgr, databaseFolder, u"psnf");
     MakeThumbnailFamily(DatabaseRegistry::ptfThumbMgr, databaseFolder, u"ptf");
     MakeThumbnailFamily(DatabaseRegistry::albmThumbMgr, databaseFolder, u"albm");
+    MakeFeaturePointFamily(DatabaseRegistry::rfpMgr, databaseFolder, u"rfpw", u"rfpg", u"rfpi");
+    MakeFeaturePointFamily(DatabaseRegistry::tfpMgr, databaseFolder, u"tfpw", u"tfpg", u"tfpi");
     MakeThumbnailFamily(DatabaseRegistry::grfThumbMgr, databaseFolder, u"grf");
     CZanTString metaFolder(databaseFolder);
     metaFolder.AppendPath(thumbnail_families::kMetaDataFolder);
@@ -161,11 +184,13 @@ extern "C" HRESULT ZanDB4_Initialize(const WCHAR* root) {
 extern "C" HRESULT ZanDB4_Finalize() {
     DatabaseRegistry::initCount = DatabaseRegistry::initCount - 1;
     if (DatabaseRegistry::initCount != 0) return S_OK;
-    // Each commit's answer replaces the flag: staging, GPS and memory data
-    // (the latter two as they join the library), the application log closes,
-    // then the catalogue commits.
+    // Each commit's answer replaces the flag: staging, GPS (as it joins the
+    // library) and memory data; the application log closes, then the
+    // catalogue commits. The access log is not committed here: closing it
+    // commits what it holds.
     BOOL anyCommitted = 0;
     CommitStore(DatabaseRegistry::asyncDB, anyCommitted);
+    CommitStore(DatabaseRegistry::memDB, anyCommitted);
     CommitStore(DatabaseRegistry::fileBasicDB, anyCommitted);
     BackUpAfterCommittedSession(anyCommitted);
     EmptyRecordCache();
@@ -173,11 +198,15 @@ extern "C" HRESULT ZanDB4_Finalize() {
     // and empties with each import.
     if (DatabaseRegistry::asyncDB != nullptr) DatabaseRegistry::asyncDB->Vacuum();
     CloseStore(DatabaseRegistry::asyncDB);
-    // The thumbnail families close (each commits what its shards hold),
-    // then the metadata shards, then the file thumbnails, and the catalogue
-    // last, because everything before it may still reach it. (GPS, memory
-    // data, the access log and the feature point families close before the
-    // thumbnail families as their classes join the library.)
+    // GPS (as it joins the library), memory data and the access log close,
+    // each committing an open transaction. Then the thumbnail families close
+    // (each commits what its shards hold), then the metadata shards, then
+    // the file thumbnails, and the catalogue last, because everything before
+    // it may still reach it.
+    CloseStore(DatabaseRegistry::memDB);
+    CloseStore(DatabaseRegistry::accessLogDB);
+    CloseFeaturePointFamily(DatabaseRegistry::rfpMgr);
+    CloseFeaturePointFamily(DatabaseRegistry::tfpMgr);
     CloseThumbnailFamily(DatabaseRegistry::albmThumbMgr);
     CloseThumbnailFamily(DatabaseRegistry::psniThumbMgr);
     CloseThumbnailFamily(DatabaseRegistry::ptiThumbMgr);

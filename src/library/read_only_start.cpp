@@ -1,6 +1,6 @@
-// StartReadOnly: the registry filled with read-only stores over an existing
-// catalogue.
-#include "library/read_only_start.h"
+// The tool's read-only start: the registry filled with a read-only catalogue
+// over an existing file.
+#include "library/tool_access.h"
 
 #include "catalogue/file_basic_db.h"
 #include "library/database_registry.h"
@@ -8,7 +8,7 @@
 
 namespace DatabaseRegistry = zandb4::DatabaseRegistry;
 
-namespace zandb4 {
+namespace zandb4::tool_access {
 
 HRESULT StartReadOnly(const WCHAR* root, int busyMilliseconds) {
     if (DatabaseRegistry::initCount != 0) return E_FAIL;
@@ -30,4 +30,4 @@ HRESULT StartReadOnly(const WCHAR* root, int busyMilliseconds) {
     return S_OK;
 }
 
-}  // namespace zandb4
+}  // namespace zandb4::tool_access

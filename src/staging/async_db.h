@@ -79,6 +79,13 @@ public:
     HRESULT AddFace(uint64_t faceId, IZanDB4FaceDBRecord* record);
     // Whether a face of that id and type is staged; false for other types.
     BOOL HasFace(uint64_t faceId, uint32_t type);
+    // Rewrites the staged face's rectangle, file and individual. A face that
+    // is not staged changes nothing and is S_OK. E_INVALIDARG for a null
+    // record or a type other than 1 or 2; E_FAIL when the statement fails.
+    HRESULT UpdateFace(uint64_t faceId, uint32_t type, IZanDB4FaceDBRecord* record);
+    // Deletes the staged face; one that is not staged is S_OK. E_INVALIDARG
+    // for a type other than 1 or 2.
+    HRESULT DeleteFace(uint64_t faceId, uint32_t type);
     // Marks the staged file as searched for faces and both of its status
     // rows ready. A file that is not staged is S_OK; E_FAIL when a statement
     // does not prepare.

@@ -18,6 +18,12 @@ constexpr WCHAR kInsertPetStatus[] =
 constexpr WCHAR kHasPersonFace[] =
     u"SELECT async_person_face_id FROM async_person_face_table WHERE async_person_face_id=? LIMIT 1";
 constexpr WCHAR kHasPetFace[] = u"SELECT async_pet_face_id FROM async_pet_face_table WHERE async_pet_face_id=? LIMIT 1";
+constexpr WCHAR kUpdatePersonFace[] =
+    u"UPDATE async_person_face_table SET rect=?, file_id=?, person_id=? WHERE async_person_face_id=?";
+constexpr WCHAR kUpdatePetFace[] =
+    u"UPDATE async_pet_face_table SET rect=?, file_id=?, pet_id=? WHERE async_pet_face_id=?";
+constexpr WCHAR kDeletePersonFace[] = u"DELETE FROM async_person_face_table WHERE async_person_face_id=?";
+constexpr WCHAR kDeletePetFace[] = u"DELETE FROM async_pet_face_table WHERE async_pet_face_id=?";
 constexpr const WCHAR* kMarkDetected[] = {
     u"UPDATE async_file_table SET did_detect_face='1' WHERE file_id=?",
     u"UPDATE async_person_face_status_table SET can_commit='1' WHERE file_id=?",
@@ -64,6 +70,32 @@ BOOL CSQLiteAsyncDB::HasFace(uint64_t faceId, uint32_t type) {
     if (!select.IsPrepared()) return 0;
     select.BindInt64(1, static_cast<int64_t>(faceId));
     return select.Step() == SQLITE_ROW ? 1 : 0;
+}
+
+HRESULT CSQLiteAsyncDB::UpdateFace(uint64_t faceId, uint32_t type, IZanDB4FaceDBRecord* record) {
+    if (record == nullptr || (type != kPerson && type != kPet)) return E_INVALIDARG;
+    BeginTransaction();
+    uint64_t fileId = 0, individualId = 0;
+    RECT rect{};
+    record->GetFileID(&fileId);
+    record->GetRect(&rect);
+    record->GetIndividualID(&individualId);
+    Statement update(m_db, type == kPerson ? kUpdatePersonFace : kUpdatePetFace);
+    if (!update.IsPrepared()) return E_FAIL;
+    update.BindInt64(1, FaceTableRows::PackRect(rect));
+    update.BindInt64(2, static_cast<int64_t>(fileId));
+    update.BindInt64(3, static_cast<int64_t>(individualId));
+    update.BindInt64(4, static_cast<int64_t>(faceId));
+    return zandb4::StepToDone(update);
+}
+
+HRESULT CSQLiteAsyncDB::DeleteFace(uint64_t faceId, uint32_t type) {
+    if (type != kPerson && type != kPet) return E_INVALIDARG;
+    BeginTransaction();
+    Statement remove(m_db, type == kPerson ? kDeletePersonFace : kDeletePetFace);
+    if (!remove.IsPrepared()) return E_FAIL;
+    remove.BindInt64(1, static_cast<int64_t>(faceId));
+    return zandb4::StepToDone(remove);
 }
 
 HRESULT CSQLiteAsyncDB::MarkFaceDetected(uint64_t fileId) {

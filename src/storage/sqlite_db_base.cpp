@@ -51,7 +51,13 @@ CZanTString CSQLiteDBBase::FullPath() const {
     return path;
 }
 
+void CSQLiteDBBase::LeaveStatementOpen(sqlite3_stmt* statement) {
+    if (statement != nullptr) m_leftOpen.push_back(statement);
+}
+
 void CSQLiteDBBase::CloseConnection() {
+    for (sqlite3_stmt* statement : m_leftOpen) sqlite3_finalize(statement);
+    m_leftOpen.clear();
     if (m_db != nullptr) sqlite3_close(m_db);
     m_db = nullptr;
 }

@@ -23,6 +23,8 @@
 // try its tables again.
 #pragma once
 
+#include <vector>
+
 #include <sqlite3.h>
 
 #include <cstdint>
@@ -90,6 +92,15 @@ public:
     // open it; the store then has no connection.
     HRESULT OpenReadOnly(int busyMilliseconds);
 
+    // Takes over a statement that an operation leaves open on purpose (the
+    // person group read keeps its prepared statement unfinalized). It stays
+    // open on the connection until the connection closes, where it is
+    // finalized first: an open statement would keep sqlite3_close from
+    // closing the file at all.
+    void LeaveStatementOpen(sqlite3_stmt* statement);
+    // How many statements have been left open on the current connection.
+    size_t StatementsLeftOpen() const { return m_leftOpen.size(); }
+
     // m_folder joined with m_fileName, or ":memory:" alone.
     CZanTString FullPath() const;
     bool IsInMemory() const;
@@ -109,6 +120,7 @@ protected:
     HRESULT ExecuteStatement(const WCHAR* sql);
 
 private:
+    // Finalizes the statements left open, then closes the connection.
     void CloseConnection();
     // Sets m_tooNew when the stored version is of a newer major version.
     void NoteTooNew();
@@ -120,4 +132,6 @@ private:
     // The Commit of this class alone, which the destructor runs whatever a
     // derived class made of Commit.
     HRESULT CommitBase(bool force);
+
+    std::vector<sqlite3_stmt*> m_leftOpen;
 };

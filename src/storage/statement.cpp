@@ -55,6 +55,14 @@ int Statement::Finalize() {
     return m_finalizeCode;
 }
 
+sqlite3_stmt* Statement::Abandon() {
+    sqlite3_stmt* statement = m_statement;
+    m_statement = nullptr;
+    m_finalized = true;
+    m_finalizeCode = SQLITE_OK;
+    return statement;
+}
+
 namespace {
 
 // Whether the text behind a first command holds another one (or text that

@@ -42,6 +42,9 @@ public:
     // sqlite3_finalize's answer, the same on every later call. A statement
     // that never prepared answers the prepare's error code.
     int Finalize();
+    // Gives up the prepared statement without finalizing it; the caller owns
+    // it from then on. This object then answers as a finalized one.
+    sqlite3_stmt* Abandon();
 
 private:
     sqlite3_stmt* m_statement = nullptr;

@@ -1,6 +1,8 @@
 # Checks the dynamic symbol table of the shared library: the five functions
 # and the 29 identifiers must be there, and nothing may be exported but
-# those, the CZanTString class and the CZanTString folder listing.
+# those, the CZanTString class and the CZanTString folder listing, and the
+# functions of zandb4::tool_access that the zandb4 tool links against (each
+# of them, and nothing else in that namespace).
 execute_process(COMMAND nm -D --defined-only ${LIBRARY} OUTPUT_VARIABLE table RESULT_VARIABLE failed)
 if(failed)
   message(FATAL_ERROR "nm failed on ${LIBRARY}")
@@ -45,6 +47,35 @@ foreach(name ${names})
      OR name MATCHES "^_ZplRK11CZanTStringS1_$" OR name MATCHES "^_ZN10CZanTArrayI11CZanTStringE10ListFolderERKS0_$")
     continue()
   endif()
+  # Members of zandb4::tool_access (_ZN6zandb411tool_access...), checked by
+  # name below.
+  if(name MATCHES "^_ZN6zandb411tool_access")
+    continue()
+  endif()
   message(FATAL_ERROR "exported but not public: ${name}")
 endforeach()
-message(STATUS "exports: ${required_count} required names present, nothing else but CZanTString")
+
+# The tool's functions, by their demangled names up to the parameter list.
+execute_process(COMMAND nm -D -C --defined-only ${LIBRARY} OUTPUT_VARIABLE demangled RESULT_VARIABLE failed)
+if(failed)
+  message(FATAL_ERROR "nm -C failed on ${LIBRARY}")
+endif()
+set(tool_functions StartReadOnly CatalogueRead::CatalogueRead CatalogueRead::~CatalogueRead CountCatalogueRows
+    CommitWithFailedIds VolumeSerialOf ThumbnailShardFileName ShardFileNamesIn StoreVersion)
+string(REGEX MATCHALL "zandb4::tool_access::[^(\n]*[(]" exported_tool_names "${demangled}")
+set(tool_names)
+foreach(name ${exported_tool_names})
+  string(REGEX REPLACE "^zandb4::tool_access::(.*)[(]$" "\\1" name "${name}")
+  list(APPEND tool_names ${name})
+  list(FIND tool_functions ${name} found)
+  if(found EQUAL -1)
+    message(FATAL_ERROR "exported but not one of the tool's functions: zandb4::tool_access::${name}")
+  endif()
+endforeach()
+foreach(name ${tool_functions})
+  list(FIND tool_names ${name} found)
+  if(found EQUAL -1)
+    message(FATAL_ERROR "not exported: zandb4::tool_access::${name}")
+  endif()
+endforeach()
+message(STATUS "exports: ${required_count} required names present, nothing else but CZanTString and the tool's functions")

@@ -9,7 +9,7 @@
 
 #include "catalogue/file_basic_db.h"
 #include "library/database_registry.h"
-#include "library/read_only_start.h"
+#include "library/tool_access.h"
 #include "platform/files.h"
 #include "support/sqlite_probe.h"
 #include "support/temp_folder.h"
@@ -281,7 +281,7 @@ TEST_F(LibraryLifetime, NullRootMeansTheFolderOfTheLibraryFile) {
 }
 
 TEST_F(LibraryLifetime, ReadOnlyStartOnARootWithoutCatalogueMakesNothingAndStaysDown) {
-    EXPECT_EQ(zandb4::StartReadOnly(m_root.Wide().GetString(), 100), E_FAIL);
+    EXPECT_EQ(zandb4::tool_access::StartReadOnly(m_root.Wide().GetString(), 100), E_FAIL);
 
     EXPECT_EQ(DatabaseRegistry::initCount, 0);
     EXPECT_EQ(DatabaseRegistry::fileBasicDB, nullptr);
@@ -296,21 +296,22 @@ TEST_F(LibraryLifetime, ReadOnlyStartOpensTheCatalogueAndChangesNothingOnDisk) {
     auto before = fs::last_write_time(m_root / "database" / "FileBasic.db");
     auto sizeBefore = fs::file_size(m_root / "database" / "FileBasic.db");
 
-    ASSERT_EQ(zandb4::StartReadOnly(m_root.Wide().GetString(), 100), S_OK);
+    ASSERT_EQ(zandb4::tool_access::StartReadOnly(m_root.Wide().GetString(), 100), S_OK);
     EXPECT_EQ(DatabaseRegistry::initCount, 1);
     ASSERT_NE(DatabaseRegistry::fileBasicDB, nullptr);
     EXPECT_NE(DatabaseRegistry::fileBasicDB->m_db, nullptr);
     EXPECT_NE(DatabaseRegistry::fileRecordCache, nullptr);
     // A second start of any kind while up is refused.
-    EXPECT_EQ(zandb4::StartReadOnly(m_root.Wide().GetString(), 100), E_FAIL);
+    EXPECT_EQ(zandb4::tool_access::StartReadOnly(m_root.Wide().GetString(), 100), E_FAIL);
     EXPECT_EQ(ZanDB4_Finalize(), S_OK);
 
     EXPECT_EQ(DatabaseRegistry::initCount, 0);
     EXPECT_FALSE(fs::exists(m_root / "information"));
     EXPECT_EQ(fs::last_write_time(m_root / "database" / "FileBasic.db"), before);
     EXPECT_EQ(fs::file_size(m_root / "database" / "FileBasic.db"), sizeBefore);
-    // The two stores the first start made, and nothing else.
-    EXPECT_EQ(std::distance(fs::directory_iterator(m_root / "database"), fs::directory_iterator()), 2);
+    // The four stores the first start made (catalogue, staging, memory data,
+    // access log), and nothing else.
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_root / "database"), fs::directory_iterator()), 4);
 }
 
 }  // namespace

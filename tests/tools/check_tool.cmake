@@ -52,6 +52,17 @@ run(0 info ${WORK}/root)
 if(NOT out STREQUAL init_out)
   message(FATAL_ERROR "info differs from init:\n${out}\n---\n${init_out}")
 endif()
+expect("memos   0 entries" "${out}" "info output")
+
+# stats on the new catalogue's empty usage log says so and succeeds; a bad
+# month is bad usage; a root without a usage log is exit 2
+run(0 stats ${WORK}/root)
+expect("no launches or day values recorded" "${err}" "stats on an empty usage log")
+run(1 stats ${WORK}/root --from 2024-13)
+expect("is not a month" "${err}" "stats with a bad month")
+run(1 stats ${WORK}/root --from 2024-05 --to 2024-04)
+run(2 stats ${WORK}/plain)
+expect("holds no usage log" "${err}" "stats without a usage log")
 
 # tags and albums on the new catalogue list nothing, say so, and succeed
 run(0 tags ${WORK}/root)

@@ -57,13 +57,15 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_TRUE(Contains(run.out, "  tags    list the tags of the catalogue")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  albums  list the albums of the catalogue")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  import  add the pictures and movies of folders")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  stats   chart the launches per month")) << run.out;
         for (const char* code : {"  0  success", "  1  bad usage", "  2  ROOT missing",
                                  "  3  the library could not start", "  4  the catalogue cannot be read",
                                  "  5  the output cannot be written", "  6  import stopped by Ctrl-C"})
             EXPECT_TRUE(Contains(run.out, code)) << code << "\n" << run.out;
     }
     EXPECT_EQ(ListedCommands(),
-              (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import"}));
+              (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import", "faces",
+                                        "stats"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
@@ -128,7 +130,17 @@ TEST(ToolCommandLine, UsageErrorsSayWhatWasWrong) {
          "Try 'zandb4 albums --help'"},
         {{"info", "a", "b"}, "zandb4 info: unexpected argument 'b'\n", "Try 'zandb4 info --help'"},
         {{"import"}, "zandb4 import: missing ROOT\n", "Try 'zandb4 import --help'"},
+        {{"faces"}, "zandb4 faces: missing ROOT\n", "Try 'zandb4 faces --help'"},
+        {{"faces", "r", "--person"}, "zandb4 faces: option '--person' needs a value (NAME)\n",
+         "Try 'zandb4 faces --help'"},
         {{"import", "r", "--recursive"}, "zandb4 import: missing FOLDER\n", "Try 'zandb4 import --help'"},
+        {{"stats"}, "zandb4 stats: missing ROOT\n", "Try 'zandb4 stats --help'"},
+        {{"stats", "r", "--from"}, "zandb4 stats: option '--from' needs a value (YYYY-MM)\n",
+         "Try 'zandb4 stats --help'"},
+        {{"stats", "r", "--to", "2024-13"}, "zandb4 stats: --to: '2024-13' is not a month", "Try 'zandb4 stats --help'"},
+        {{"stats", "r", "--from", "2024-05", "--to", "2024-04"},
+         "zandb4 stats: --to 2024-04 lies before --from 2024-05\n",
+         "Try 'zandb4 stats --help'"},
         {{"import", "r", "f", "--batch", "0"},
          "zandb4 import: bad batch size '0': must be a number from 1 to",
          "Try 'zandb4 import --help'"},
@@ -205,10 +217,15 @@ TEST(ToolCommandLine, InitAsJsonDescribesTheNewCatalogue) {
     EXPECT_EQ(folders->items[1].Find("name")->text, "information");
     EXPECT_TRUE(folders->items[1].Find("present")->boolean);
     const JsonValue& entries = *folders->items[0].Find("entries");
-    // The catalogue and the staging store beside it.
-    ASSERT_EQ(entries.items.size(), 2u);
+    // The catalogue, and beside it the staging, memory data and usage log
+    // stores.
+    ASSERT_EQ(entries.items.size(), 4u);
     EXPECT_EQ(entries.items[1].Find("name")->text, "database/FileBasicAsync.db");
     EXPECT_EQ(entries.items[1].Find("kind")->text, "store");
+    EXPECT_EQ(entries.items[2].Find("name")->text, "database/Memory.db");
+    EXPECT_EQ(entries.items[2].Find("kind")->text, "store");
+    EXPECT_EQ(entries.items[3].Find("name")->text, "database/UserLog.db");
+    EXPECT_EQ(entries.items[3].Find("kind")->text, "store");
     const JsonValue& store = entries.items[0];
     EXPECT_EQ(store.Find("name")->text, "database/FileBasic.db");
     EXPECT_EQ(store.Find("kind")->text, "store");

@@ -94,10 +94,20 @@ TEST_F(InfoShards, TextCountsShardFilesAndRowsPerFamilyAndKind) {
         "    database/grf_0s/00000000.db  not a shard of this folder (it has no thumbnail_table)\n"
         "  database/grf_1s  grf kind 2: missing\n"
         "  database/meta  large metadata: 2 shard files, 3 metadata blocks\n"
-        "staged  0 files, 0 person faces, 0 pet faces\n";
+        "feature point sets\n"
+        "  database/rfpw  rfp working: missing\n"
+        "  database/rfpg  rfp group: missing\n"
+        "  database/rfpi  rfp individual: missing\n"
+        "  database/tfpw  tfp working: missing\n"
+        "  database/tfpg  tfp group: missing\n"
+        "  database/tfpi  tfp individual: missing\n"
+        "staged  0 files, 0 person faces, 0 pet faces\n"
+        "memos   0 entries\n"
+        "usage   0 day values, 0 strings, 0 launch days, 0 histories, 0 edit parameters\n";
     size_t at = run.out.find("shard folders\n");
     ASSERT_NE(at, std::string::npos) << run.out;
-    // The shard part and the staged counts come last.
+    // The shard part, the staged counts and the application's stores come
+    // last.
     EXPECT_EQ(run.out.substr(at), expected);
 }
 
