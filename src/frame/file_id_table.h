@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -62,7 +63,15 @@ public:
         }
         m_slots[at] = Slot{};
         --m_count;
-        if (m_slots.size() > kMinimumSlots && m_count * 8 < m_slots.size()) Rehash(m_slots.size() / 2);
+        if (m_slots.size() > kMinimumSlots && m_count * 8 < m_slots.size()) {
+            // Shrinking is a saving, not a duty: a removal runs inside a
+            // record's Release, which must not fail, so without memory for
+            // the smaller table the larger one stays.
+            try {
+                Rehash(m_slots.size() / 2);
+            } catch (const std::bad_alloc&) {
+            }
+        }
         return value;
     }
 
@@ -126,6 +135,8 @@ private:
         }
     }
 
+    // Moves the entries into a table of the given size. When that table
+    // cannot be had, std::bad_alloc leaves this one as it was.
     void Rehash(size_t slots) {
         std::vector<Slot> old(slots);
         old.swap(m_slots);
