@@ -37,7 +37,7 @@ HRESULT CSQLiteAppLogDataDB::Open() {
             // a whole day or more after "now" reads as some 65000 days old.
             // Files depend on that arithmetic, and it stays.
             const auto ageInDays = static_cast<uint16_t>((now - status.creationTime) / kSecondsPerDay);
-            if (ageInDays > kExpiryDays || status.size > kExpirySize) m_expired = 1;
+            if (ageInDays > tables::kExpiryDays || status.size > tables::kExpirySize) m_expired = 1;
         }
     }
     // Expired or not, the store is opened and used as normal; m_expired only

@@ -22,11 +22,6 @@
 
 class CSQLiteAppLogDataDB : public CSQLiteDBBase {
 public:
-    // A file older than this many days when opened has expired.
-    static constexpr uint32_t kExpiryDays = 180;
-    // A file larger than this many bytes (512 MiB) when opened has expired.
-    static constexpr uint64_t kExpirySize = 0x20000000;
-
     // Notes m_expired from the status of the file, when there is one, then
     // opens as every store does; the answer is the base's Open.
     HRESULT Open() override;
@@ -78,12 +73,12 @@ public:
     // Stores the item as the one record of its log id and type, in the open
     // transaction it opens. E_INVALIDARG as AddHistory.
     virtual HRESULT SetInformation(IZanAppLogItem* item);
-    virtual HRESULT EnumInformation(ZanDB4AppLogRecordCallback callback, void* context, uint32_t logID,
-                                    uint32_t limit, uint32_t offset);
+    virtual HRESULT EnumInformation(ZanDB4AppLogRecordCallback callback, void* context, uint32_t logID, uint32_t limit,
+                                    uint32_t offset);
     virtual HRESULT DeleteInformation(uint32_t logID);
 
-    // Set by Open when the file was older than kExpiryDays or larger than
-    // kExpirySize; never cleared.
+    // Set by Open when the file was older or larger than app_log_tables
+    // allows (kExpiryDays, kExpirySize); never cleared.
     uint32_t m_expired = 0;
     // Non-zero: Close deletes the file.
     uint32_t m_deleteOnClose = 0;

@@ -20,9 +20,8 @@ HRESULT CZanDB4AppLogDBMgr::MergeCount(uint32_t logID, uint32_t typeBits, uint32
 
 HRESULT CZanDB4AppLogDBMgr::EnumCounts(ZanDB4AppLogCountCallback callback, void* context, uint32_t logID,
                                        uint32_t logType, uint32_t limit, uint32_t offset) {
-    return Locked([&](CSQLiteAppLogDataDB& store) {
-        return store.EnumCounts(callback, context, logID, logType, limit, offset);
-    });
+    return Locked(
+        [&](CSQLiteAppLogDataDB& store) { return store.EnumCounts(callback, context, logID, logType, limit, offset); });
 }
 
 HRESULT CZanDB4AppLogDBMgr::GetCount(uint32_t logID, uint32_t logType, uint32_t* outCount) {
@@ -71,9 +70,15 @@ HRESULT CZanDB4AppLogDBMgr::GetFolder(CZanTString& outFolder) {
 }
 
 // Kept free in the interface for later use; they touch nothing.
-HRESULT CZanDB4AppLogDBMgr::Reserved1() { return S_OK; }
-HRESULT CZanDB4AppLogDBMgr::Reserved2() { return S_OK; }
-HRESULT CZanDB4AppLogDBMgr::Reserved3() { return S_OK; }
+HRESULT CZanDB4AppLogDBMgr::Reserved1() {
+    return S_OK;
+}
+HRESULT CZanDB4AppLogDBMgr::Reserved2() {
+    return S_OK;
+}
+HRESULT CZanDB4AppLogDBMgr::Reserved3() {
+    return S_OK;
+}
 
 HRESULT CZanDB4AppLogDBMgr::Commit() {
     return Locked([&](CSQLiteAppLogDataDB& store) { return store.Commit(false); });

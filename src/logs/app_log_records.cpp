@@ -37,7 +37,9 @@ ItemValues ReadItem(IZanAppLogItem& item) {
 }
 
 // SQLite binds a blob's size as an int.
-bool BindableSize(uint32_t size) { return size <= static_cast<uint32_t>(std::numeric_limits<int>::max()); }
+bool BindableSize(uint32_t size) {
+    return size <= static_cast<uint32_t>(std::numeric_limits<int>::max());
+}
 
 // Appends a record: "INSERT INTO ... (ver, log_id, log_type, log_size,
 // log_data)", the same for both tables.

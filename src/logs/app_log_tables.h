@@ -10,9 +10,18 @@
 // of the store's pool.
 #pragma once
 
+#include <cstdint>
+
 #include "zandb4/foundation.h"
 
 namespace app_log_tables {
+
+// A file that, when the store opens it, is older than kExpiryDays (its age
+// in whole days, of which only the low 16 bits count) or larger than
+// kExpirySize bytes (512 MiB) has expired: the application may then have it
+// deleted at the store's close.
+inline constexpr uint32_t kExpiryDays = 180;
+inline constexpr uint64_t kExpirySize = 0x20000000;
 
 // Counters.
 inline constexpr WCHAR kCreateAccumulation[] =
@@ -30,8 +39,7 @@ enum AccumulationColumn : int { kCountLogID, kCountLogType, kCountValue };
 inline constexpr WCHAR kSelectCounts[] = u"SELECT * FROM applog_accumulation_tbl";
 inline constexpr WCHAR kInsertCount[] =
     u"INSERT INTO applog_accumulation_tbl (log_id, log_type, log_count) VALUES (?,?,?)";
-inline constexpr WCHAR kUpdateCount[] =
-    u"UPDATE applog_accumulation_tbl SET log_count=? WHERE log_id=? AND log_type=?";
+inline constexpr WCHAR kUpdateCount[] = u"UPDATE applog_accumulation_tbl SET log_count=? WHERE log_id=? AND log_type=?";
 // Sets count and type of every counter of the log id: the type is a bit set
 // here.
 inline constexpr WCHAR kUpdateMergedCount[] =

@@ -23,15 +23,17 @@ std::vector<std::string> SchemaNames(const fs::path& file) {
 }
 
 const std::vector<std::string> kAllNames = {
-    "version_info_table",      "last_id_table",           "pooled_id_table",
-    "applog_accumulation_tbl", "applog_accumulation_tbl_uidx", "applog_history_data_tbl",
-    "sqlite_sequence",         "applog_information_tbl",  "applog_information_tbl_uidx"};
+    "version_info_table",           "last_id_table",           "pooled_id_table", "applog_accumulation_tbl",
+    "applog_accumulation_tbl_uidx", "applog_history_data_tbl", "sqlite_sequence", "applog_information_tbl",
+    "applog_information_tbl_uidx"};
 
 // Lengthens the file to size bytes without writing them (a sparse file).
 // SQLite takes the page count from the file's header, which it keeps valid,
 // so the bytes past the last page are never read and the file stays a
 // readable and writable database.
-void Lengthen(const fs::path& file, off_t size) { ASSERT_EQ(::truncate(file.c_str(), size), 0) << file; }
+void Lengthen(const fs::path& file, off_t size) {
+    ASSERT_EQ(::truncate(file.c_str(), size), 0) << file;
+}
 
 TEST_F(AppLogFile, ANewFileHasTheBaseTablesAndTheThreeLogTables) {
     auto store = OpenStore();
@@ -240,11 +242,7 @@ TEST_F(AppLogFile, UpgradeMakesWhatAFileOfVersion1201Lacks) {
     auto store = OpenStore();
     EXPECT_EQ(store->UpgradeTables(), S_OK);
     store->Close();
-    EXPECT_EQ(SchemaNames(File()), (std::vector<std::string>{
-                                       "version_info_table", "last_id_table", "pooled_id_table",
-                                       "applog_accumulation_tbl", "applog_accumulation_tbl_uidx",
-                                       "applog_history_data_tbl", "sqlite_sequence", "applog_information_tbl",
-                                       "applog_information_tbl_uidx"}));
+    EXPECT_EQ(SchemaNames(File()), kAllNames);
     EXPECT_EQ(SqliteProbe(File()).Rows("SELECT * FROM applog_accumulation_tbl"), (Rows{{"1", "2", "3"}}));
     // A second run finds everything there and changes nothing.
     store = OpenStore();
@@ -273,8 +271,8 @@ TEST_F(AppLogFile, AFailedUpgradeStatementStopsTheOnesAfterIt) {
     auto store = OpenStore();
     EXPECT_EQ(store->UpgradeTables(), E_FAIL);
     store->Close();
-    EXPECT_EQ(SchemaNames(File()), (std::vector<std::string>{"version_info_table", "last_id_table",
-                                                             "pooled_id_table", "applog_accumulation_tbl"}));
+    EXPECT_EQ(SchemaNames(File()), (std::vector<std::string>{"version_info_table", "last_id_table", "pooled_id_table",
+                                                             "applog_accumulation_tbl"}));
 }
 
 TEST_F(AppLogFile, UpgradeWithoutAConnectionFails) {

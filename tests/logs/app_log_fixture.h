@@ -53,7 +53,9 @@ public:
         ++m_dataReads;
         return m_bytes.empty() ? nullptr : m_bytes.data();
     }
-    uint32_t GetDataSize() override { return m_sizeOverride != 0 ? m_sizeOverride : static_cast<uint32_t>(m_bytes.size()); }
+    uint32_t GetDataSize() override {
+        return m_sizeOverride != 0 ? m_sizeOverride : static_cast<uint32_t>(m_bytes.size());
+    }
 
     int32_t RefCount() const { return m_refCount.load(); }
     int VersionReads() const { return m_versionReads; }

@@ -39,10 +39,9 @@ TEST_F(AppLogRecords, SetInformationKeepsOneRecordPerLogIDAndType) {
     EXPECT_EQ(SetInformation(1, 20, 3, "b"), S_OK);
     EXPECT_EQ(SetInformation(1, 21, 2, "c"), S_OK);
     ASSERT_EQ(m_appLog->Commit(), S_OK);
-    EXPECT_EQ(InformationRows(AppLogFile()),
-              (Rows{{"1", "1", "20", "2", "1", Hex("a")},
-                    {"2", "1", "20", "3", "1", Hex("b")},
-                    {"3", "1", "21", "2", "1", Hex("c")}}));
+    EXPECT_EQ(InformationRows(AppLogFile()), (Rows{{"1", "1", "20", "2", "1", Hex("a")},
+                                                   {"2", "1", "20", "3", "1", Hex("b")},
+                                                   {"3", "1", "21", "2", "1", Hex("c")}}));
 }
 
 TEST_F(AppLogRecords, SetInformationWaitsInATransactionUntilCommit) {
