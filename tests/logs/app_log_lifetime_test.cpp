@@ -2,8 +2,8 @@
 // "information", the store closed by the stop with what its transaction
 // holds (and deleted when the application asked), the drop that leaves it,
 // a folder that cannot be made, and the manager as the factory serves it.
-#include <atomic>
-#include <thread>
+#include <chrono>
+#include <future>
 
 #include "app_log_fixture.h"
 #include "catalogue/file_basic_db.h"
@@ -40,21 +40,28 @@ TEST_F(AppLogLifetime, GetFolderGivesTheStoresFolder) {
 }
 
 TEST_F(AppLogLifetime, GetFolderTakesNoLock) {
-    // Another thread holds the store's lock; GetFolder answers all the same.
-    std::atomic<bool> held{false};
-    std::atomic<bool> release{false};
-    std::thread holder([&] {
-        CriticalSectionGuard guard(Store().m_lock);
-        held = true;
-        while (!release) std::this_thread::yield();
-    });
-    while (!held) std::this_thread::yield();
+    // The store's lock is held here while another thread asks for the
+    // folder: it answers without waiting for the lock.
+    std::future<HRESULT> answer;
     CZanTString folder;
-    const HRESULT answer = m_appLog->GetFolder(folder);
-    release = true;
-    holder.join();
-    EXPECT_EQ(answer, S_OK);
-    EXPECT_FALSE(folder.IsEmpty());
+    {
+        CriticalSectionGuard guard(Store().m_lock);
+        answer = std::async(std::launch::async, [&] { return m_appLog->GetFolder(folder); });
+        EXPECT_EQ(answer.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    }
+    EXPECT_EQ(answer.get(), S_OK);
+    EXPECT_EQ(folder, W((m_root / "information").string() + "/"));
+}
+
+TEST_F(AppLogLifetime, AnOperationWaitsForTheStoresLock) {
+    std::future<HRESULT> answer;
+    {
+        CriticalSectionGuard guard(Store().m_lock);
+        answer = std::async(std::launch::async, [&] { return m_appLog->AddCount(1, 1, 1); });
+        EXPECT_EQ(answer.wait_for(std::chrono::milliseconds(300)), std::future_status::timeout);
+    }
+    EXPECT_EQ(answer.get(), S_OK);
+    EXPECT_EQ(AppLogInteger("SELECT log_count FROM applog_accumulation_tbl WHERE log_id=1"), 1);
 }
 
 TEST_F(AppLogLifetime, TheReservedOperationsAnswerOkAndTouchNothing) {
