@@ -204,6 +204,22 @@ TEST_F(GpsPoints, DeleteLogDataOfAnUnknownIdIsSOkAndPoolsIt) {
     EXPECT_EQ(AddPoint(1, Moment(2024, 5, 1, 10)), 77u);
 }
 
+TEST_F(GpsPoints, DeletingAPointTwicePoolsItsIdTwiceAndOneTakeClearsBoth) {
+    // Nothing stops an id from going to the pool twice. Taking it from the
+    // pool deletes every row of that id, so it comes out once and the
+    // counter goes on after it.
+    uint64_t point = AddPoint(1, Moment(2024, 5, 1, 9));
+    ASSERT_EQ(m_gps->DeleteLogData(point), S_OK);
+    ASSERT_EQ(m_gps->DeleteLogData(point), S_OK);
+    ASSERT_EQ(m_gps->Commit(), S_OK);
+    EXPECT_EQ(LocationRows("SELECT id_type, pooled_id FROM pooled_id_table"),
+              (Rows{{"1", std::to_string(point)}, {"1", std::to_string(point)}}));
+    EXPECT_EQ(AddPoint(1, Moment(2024, 5, 1, 10)), point);
+    EXPECT_EQ(AddPoint(1, Moment(2024, 5, 1, 11)), point + 1);
+    ASSERT_EQ(m_gps->Commit(), S_OK);
+    EXPECT_EQ(LocationInteger("SELECT COUNT(*) FROM pooled_id_table"), 0);
+}
+
 TEST_F(GpsPoints, DeleteLogDataRemovesThePointAndLeavesTheLogsDates) {
     const SYSTEMTIME startUTC = Moment(2024, 5, 1, 0), endUTC = Moment(2024, 5, 1, 2);
     uint64_t log = AddLog("/a.gpx", startUTC, endUTC);
