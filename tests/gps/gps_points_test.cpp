@@ -23,8 +23,7 @@ TEST_F(GpsPoints, AddStoresEveryColumnAndSetsTheIdOnTheRecord) {
     EXPECT_EQ(LocationRows("SELECT log_id, log_file_id, date, latitude, longitude, date_utc FROM gps_log_data"),
               (Rows{{"1", std::to_string(log), std::to_string(Packed(date)), "35.25", "-139.5",
                      std::to_string(Packed(dateUTC))}}));
-    EXPECT_EQ(LocationRows("SELECT typeof(latitude), typeof(longitude) FROM gps_log_data"),
-              (Rows{{"real", "real"}}));
+    EXPECT_EQ(LocationRows("SELECT typeof(latitude), typeof(longitude) FROM gps_log_data"), (Rows{{"real", "real"}}));
     // Points count from their own type, apart from the logs.
     EXPECT_EQ(LocationInteger("SELECT last_id FROM last_id_table WHERE id_type=1"), 1);
 }
@@ -89,9 +88,8 @@ TEST_F(GpsPoints, UpdateRewritesThePoint) {
     ComPtr<IZanDB4GPSLogDBRecord> changed = NewPoint(2, date, -3.5f, 4.5f, dateUTC);
     ASSERT_EQ(m_gps->UpdateLogData(id, changed.Get()), S_OK);
     ASSERT_EQ(m_gps->Commit(), S_OK);
-    EXPECT_EQ(LocationRows("SELECT * FROM gps_log_data"),
-              (Rows{{std::to_string(id), "2", std::to_string(Packed(date)), "-3.5", "4.5",
-                     std::to_string(Packed(dateUTC))}}));
+    EXPECT_EQ(LocationRows("SELECT * FROM gps_log_data"), (Rows{{std::to_string(id), "2", std::to_string(Packed(date)),
+                                                                 "-3.5", "4.5", std::to_string(Packed(dateUTC))}}));
 }
 
 TEST_F(GpsPoints, UpdateOfAnUnknownIdFails) {
