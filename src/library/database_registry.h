@@ -16,6 +16,7 @@ class CSQLiteAppLogDataDB;
 class CSQLiteAsyncDB;
 class CSQLiteFaceFeaturePointDBMgr;
 class CSQLiteFileBasicDB;
+class CSQLiteGPSLogDB;
 class CSQLiteMemDB;
 class CSQLiteMetaDataDBFactory;
 class CSQLiteThumbDBMgr;
@@ -30,6 +31,9 @@ inline CSQLiteFileBasicDB* fileBasicDB = nullptr;
 // The staging store, "FileBasicAsync.db": new files and faces wait here
 // until they move into the catalogue.
 inline CSQLiteAsyncDB* asyncDB = nullptr;
+
+// The GPS track logs and their points, "Location.db".
+inline CSQLiteGPSLogDB* gpsLogDB = nullptr;
 
 // The application's keyed memos, "Memory.db".
 inline CSQLiteMemDB* memDB = nullptr;
