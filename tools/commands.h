@@ -15,5 +15,6 @@ const Command& AlbumsCommand();
 const Command& ImportCommand();
 const Command& FacesCommand();
 const Command& StatsCommand();
+const Command& AppLogCommand();
 
 }  // namespace zandb4::tool

@@ -25,6 +25,7 @@
 #include "gps/gps_log_file_record.h"
 #include "library/database_registry.h"
 #include "logs/access_log_mgr.h"
+#include "logs/app_log_mgr.h"
 #include "logs/memory_data_mgr.h"
 #include "maintenance/db_utility.h"
 #include "records/file_db_record.h"
@@ -115,7 +116,7 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4MemoryDataMgr, [] () -> IUnknown* { return new CZanDB4MemoryDataMgr(DatabaseRegistry::memDB); }},
     {&IID_IZanDB4AccessLogDBMgr,
      [] () -> IUnknown* { return new CZanDB4AccessLogDBMgr(DatabaseRegistry::accessLogDB); }},
-    {&IID_IZanDB4AppLogDBMgr, nullptr},
+    {&IID_IZanDB4AppLogDBMgr, [] () -> IUnknown* { return new CZanDB4AppLogDBMgr(DatabaseRegistry::appLogDB); }},
 };
 
 }  // namespace

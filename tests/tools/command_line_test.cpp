@@ -58,6 +58,7 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_TRUE(Contains(run.out, "  albums  list the albums of the catalogue")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  import  add the pictures and movies of folders")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  stats   chart the launches per month")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  applog  show the counters and records of the application log")) << run.out;
         for (const char* code : {"  0  success", "  1  bad usage", "  2  ROOT missing",
                                  "  3  the library could not start", "  4  the catalogue cannot be read",
                                  "  5  the output cannot be written", "  6  import stopped by Ctrl-C"})
@@ -65,7 +66,7 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
     }
     EXPECT_EQ(ListedCommands(),
               (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import", "faces",
-                                        "stats"}));
+                                        "stats", "applog"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
@@ -135,6 +136,10 @@ TEST(ToolCommandLine, UsageErrorsSayWhatWasWrong) {
          "Try 'zandb4 faces --help'"},
         {{"import", "r", "--recursive"}, "zandb4 import: missing FOLDER\n", "Try 'zandb4 import --help'"},
         {{"stats"}, "zandb4 stats: missing ROOT\n", "Try 'zandb4 stats --help'"},
+        {{"applog"}, "zandb4 applog: missing ROOT\n", "Try 'zandb4 applog --help'"},
+        {{"applog", "r", "--json=yes"}, "zandb4 applog: option '--json' takes no value\n",
+         "Try 'zandb4 applog --help'"},
+        {{"applog", "r", "s"}, "zandb4 applog: unexpected argument 's'\n", "Try 'zandb4 applog --help'"},
         {{"stats", "r", "--from"}, "zandb4 stats: option '--from' needs a value (YYYY-MM)\n",
          "Try 'zandb4 stats --help'"},
         {{"stats", "r", "--to", "2024-13"}, "zandb4 stats: --to: '2024-13' is not a month", "Try 'zandb4 stats --help'"},
@@ -217,15 +222,17 @@ TEST(ToolCommandLine, InitAsJsonDescribesTheNewCatalogue) {
     EXPECT_EQ(folders->items[1].Find("name")->text, "information");
     EXPECT_TRUE(folders->items[1].Find("present")->boolean);
     const JsonValue& entries = *folders->items[0].Find("entries");
-    // The catalogue, and beside it the staging, memory data and usage log
-    // stores.
-    ASSERT_EQ(entries.items.size(), 4u);
+    // The catalogue, and beside it the staging, GPS log, memory data and
+    // usage log stores.
+    ASSERT_EQ(entries.items.size(), 5u);
     EXPECT_EQ(entries.items[1].Find("name")->text, "database/FileBasicAsync.db");
     EXPECT_EQ(entries.items[1].Find("kind")->text, "store");
-    EXPECT_EQ(entries.items[2].Find("name")->text, "database/Memory.db");
+    EXPECT_EQ(entries.items[2].Find("name")->text, "database/Location.db");
     EXPECT_EQ(entries.items[2].Find("kind")->text, "store");
-    EXPECT_EQ(entries.items[3].Find("name")->text, "database/UserLog.db");
+    EXPECT_EQ(entries.items[3].Find("name")->text, "database/Memory.db");
     EXPECT_EQ(entries.items[3].Find("kind")->text, "store");
+    EXPECT_EQ(entries.items[4].Find("name")->text, "database/UserLog.db");
+    EXPECT_EQ(entries.items[4].Find("kind")->text, "store");
     const JsonValue& store = entries.items[0];
     EXPECT_EQ(store.Find("name")->text, "database/FileBasic.db");
     EXPECT_EQ(store.Find("kind")->text, "store");
