@@ -81,7 +81,8 @@ protected:
         EXPECT_TRUE(info);
         return info;
     }
-    static const DeadLinkCounts& CountsOf(const ComPtr<IZanDB4DeadLinkInfo>& info) {
+    // A copy of the counts, which outlives the object.
+    static DeadLinkCounts CountsOf(const ComPtr<IZanDB4DeadLinkInfo>& info) {
         return static_cast<CZanDB4DeadLinkInfo*>(info.Get())->Counts();
     }
 };
@@ -156,7 +157,7 @@ TEST_F(DeadLinks, ACatalogueWithoutFilesCountsEveryRowOfTheFileCounts) {
     AddThumbnail(DatabaseRegistry::thumbMgr, 1, 1);
     AddThumbnail(DatabaseRegistry::thumbMgr, 2, 2);
     AddLargeMeta(3);
-    const DeadLinkCounts& counts = CountsOf(Check(1));
+    DeadLinkCounts counts = CountsOf(Check(1));
     EXPECT_EQ(counts.deadFileCount, 0u);
     // The empty list leaves "NOT IN ()", which holds for every row, even one
     // without a file id.
@@ -250,7 +251,7 @@ TEST_F(DeadLinks, WithoutACatalogueTheEmptyListsCountEveryShardRow) {
     CZanDB4DBUtility utility{stores};
     ComPtr<IZanDB4DeadLinkInfo> info;
     ASSERT_EQ(utility.CheckDeadLinks(info.Receive(), 1), S_OK);
-    const DeadLinkCounts& counts = CountsOf(info);
+    DeadLinkCounts counts = CountsOf(info);
     EXPECT_EQ(counts.orphanThumbnailCount, 1u);
     EXPECT_EQ(counts.orphanAlbumThumbnailCount, 1u);
     EXPECT_EQ(counts.orphanLargeMetaCount, 1u);
