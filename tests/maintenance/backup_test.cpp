@@ -261,6 +261,14 @@ TEST_F(Backup, AFolderWithOnlyFoldersAndNoIncludeFoldersMakesNothing) {
     EXPECT_EQ(EntriesOf(m_root / "only" / "database-backup"), (std::set<std::string>{"thumb_0s"}));
 }
 
+TEST_F(Backup, StoreFilesThatAreNoDatabasesAreCopiedAsTheyAre) {
+    fs::create_directories(DatabaseFolder());
+    zandb4::testing::WriteFile(Catalogue(), "garbage, not an SQLite file");
+    Start();
+    EXPECT_EQ(m_utility->BackupDatabases(nullptr, 0), S_OK);
+    EXPECT_EQ(ReadFile(DefaultBackup() / "FileBasic.db"), "garbage, not an SQLite file");
+}
+
 TEST_F(Backup, WithoutACatalogueItFails) {
     CZanDB4DBUtility utility{DBUtilityStores{}};
     EXPECT_EQ(utility.BackupDatabases(nullptr, 0), E_FAIL);

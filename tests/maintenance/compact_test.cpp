@@ -140,6 +140,14 @@ TEST_F(Compact, TheFirstFamilyThatFailsEndsItAndTheFamiliesAfterItAreLeft) {
     EXPECT_GT(FreePages(ThumbShard("albm")), 0);
 }
 
+TEST_F(Compact, ACatalogueThatIsNoDatabaseCannotBeCompacted) {
+    fs::create_directories(DatabaseFolder());
+    zandb4::testing::WriteFile(Catalogue(), "garbage, not an SQLite file");
+    Start();
+    EXPECT_EQ(m_utility->CompactDatabases(1), E_FAIL);
+    EXPECT_EQ(ReadFile(Catalogue()), "garbage, not an SQLite file");
+}
+
 TEST_F(Compact, WithoutACatalogueItFails) {
     CZanDB4DBUtility utility{DBUtilityStores{}};
     EXPECT_EQ(utility.CompactDatabases(0), E_FAIL);

@@ -259,6 +259,21 @@ TEST_F(DeadLinks, WithoutACatalogueTheEmptyListsCountEveryShardRow) {
     EXPECT_EQ(counts.orphanFaceFileCount, 0u);
 }
 
+TEST_F(DeadLinks, ACatalogueThatIsNoDatabaseCountsNothingOfItsOwn) {
+    AddThumbnail(DatabaseRegistry::thumbMgr, 1, 4);
+    Stop();
+    zandb4::testing::WriteFile(Catalogue(), "garbage, not an SQLite file");
+    Start();
+    ComPtr<IZanDB4DeadLinkInfo> info = Check(1);
+    DeadLinkCounts counts = CountsOf(info);
+    EXPECT_EQ(counts.deadFileCount, 0u);
+    EXPECT_EQ(counts.orphanMetaCount, 0u);
+    EXPECT_EQ(counts.orphanFaceFileCount, 0u);
+    // No file id could be read, so every thumbnail is an orphan.
+    EXPECT_EQ(counts.orphanThumbnailCount, 1u);
+    EXPECT_EQ(ReadFile(Catalogue()), "garbage, not an SQLite file");
+}
+
 // ------------------------------------------------------------ the getters
 
 class DeadLinkInfoGetters : public ::testing::Test {

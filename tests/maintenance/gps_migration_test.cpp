@@ -169,6 +169,18 @@ TEST_F(GpsMigration, APointWithoutAValidDateGetsNoUtcDate) {
                               {"12", "1", S(Packed(2021, 2, 28, 1)), S(Packed(2021, 2, 27, 16))}}));
 }
 
+TEST_F(GpsMigration, TheUtcSpanComesFromThePointsOfTheLocalSpan) {
+    LocalZone zone("UTC-9");
+    // The latest local date is no valid moment and has no UTC date: the
+    // log's UTC end is taken from that point all the same, not from the
+    // latest UTC date.
+    UpgradeGpsStore(GpsTablesOfVersion1000() + GpsLogRow(1, "/a.log", "a.log", 0, 0, 0) +
+                    GpsPointRow(10, 1, Packed(2021, 2, 28, 1), 1.0, 2.0) +
+                    GpsPointRow(11, 1, Packed(2021, 2, 30, 1), 1.0, 2.0));
+    EXPECT_EQ(FileRows(GpsLogs(), "SELECT start_date, end_date, start_date_utc, end_date_utc FROM gps_log_file"),
+              (Rows{{S(Packed(2021, 2, 28, 1)), S(Packed(2021, 2, 30, 1)), S(Packed(2021, 2, 27, 16)), "0"}}));
+}
+
 TEST_F(GpsMigration, ALogThatCannotBeWrittenIsPassedOver) {
     LocalZone zone("UTC-9");
     // A log without a name cannot be updated; the other log and the points

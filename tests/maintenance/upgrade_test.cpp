@@ -195,6 +195,21 @@ TEST_F(Upgrade, ACatalogueWhoseRebuildCannotStartKeepsItsRowsAndGetsTheColumns) 
     EXPECT_EQ(FileInteger(Catalogue(), "SELECT COUNT(*) FROM sqlite_master WHERE name='meta_file_idx'"), 1);
 }
 
+TEST_F(Upgrade, ACatalogueWhoseUpgradeFailsStillGetsTheNewVersion) {
+    MakeStores();
+    // meta_table lacks five of the six late columns but has param_flag; the
+    // rebuild cannot start, so the six are added to the table as it is, and
+    // the last of them fails as a duplicate: the upgrade answers E_FAIL.
+    ExecOn(Catalogue(), OldCatalogue() + "ALTER TABLE meta_table ADD COLUMN param_flag INTEGER;" +
+                            "CREATE TABLE tmp_table (x INTEGER);");
+    Start();
+    ASSERT_EQ(DatabaseRegistry::fileBasicDB->UpgradeTables(), E_FAIL);
+    EXPECT_EQ(m_utility->UpgradeDatabases(nullptr, nullptr), S_OK);
+    Stop();
+    EXPECT_EQ(VersionOf(Catalogue()), 1201);
+    EXPECT_EQ(FileRows(Catalogue(), kSelectMetaRows), kOldMetaRowsWithLateColumns);
+}
+
 TEST_F(Upgrade, StoresTheUpgradeMayNotWriteStayAsTheyWere) {
     MakeOldStores();
     auto before = StoreBytes();
