@@ -32,8 +32,7 @@ public:
         m_root = pattern;
         CZanTString root = CZanTString::FromUtf8(m_root.c_str());
         m_started = ZanDB4_Initialize(root.GetString()) == S_OK && DatabaseRegistry::fileBasicDB != nullptr &&
-                    ZanDB4_CreateInstance(&IID_IZanDB4DBUtility, reinterpret_cast<void**>(m_utility.Receive())) ==
-                        S_OK;
+                    ZanDB4_CreateInstance(&IID_IZanDB4DBUtility, reinterpret_cast<void**>(m_utility.Receive())) == S_OK;
     }
     ~Library() {
         m_utility.Reset();
@@ -60,9 +59,12 @@ bool Exec(const std::string& sql) {
 bool FillCatalogue(int64_t files) {
     std::string count = std::to_string(files);
     bool ok = Exec("BEGIN") &&
-              Exec("INSERT INTO file_table (file_id, file_path, file_name, path_key) WITH RECURSIVE n(i) AS "
-                   "(SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<" + count + ") "
-                   "SELECT i, '/pictures/' || (i / 500), 'IMG_' || i || '.JPG', 'K' || i FROM n") &&
+              Exec(
+                  "INSERT INTO file_table (file_id, file_path, file_name, path_key) WITH RECURSIVE n(i) AS "
+                  "(SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<" +
+                  count +
+                  ") "
+                  "SELECT i, '/pictures/' || (i / 500), 'IMG_' || i || '.JPG', 'K' || i FROM n") &&
               Exec("INSERT INTO person_table (person_id, name) VALUES (1, 'Ann')") &&
               Exec("INSERT INTO tag_table VALUES (1, 'all', 0)") &&
               Exec("INSERT INTO meta_table (file_id) SELECT file_id FROM file_table") &&
@@ -105,10 +107,14 @@ void CheckDeadLinks(benchmark::State& state, int lengthLimit) {
     state.counters["files"] = static_cast<double>(state.range(0));
 }
 
-void BM_CheckDeadLinks(benchmark::State& state) { CheckDeadLinks(state, 0); }
+void BM_CheckDeadLinks(benchmark::State& state) {
+    CheckDeadLinks(state, 0);
+}
 BENCHMARK(BM_CheckDeadLinks)->Arg(10000)->Arg(100000)->Arg(200000)->Unit(benchmark::kMillisecond)->Iterations(3);
 
-void BM_CheckDeadLinksInRunsUnderAMillionBytes(benchmark::State& state) { CheckDeadLinks(state, 1000000); }
+void BM_CheckDeadLinksInRunsUnderAMillionBytes(benchmark::State& state) {
+    CheckDeadLinks(state, 1000000);
+}
 BENCHMARK(BM_CheckDeadLinksInRunsUnderAMillionBytes)
     ->Arg(10000)
     ->Arg(100000)

@@ -28,8 +28,7 @@ HRESULT CZanDB4DBUtility::CompactDatabases(BOOL all) {
 
     if (m_stores.thumbMgr != nullptr && (result = m_stores.thumbMgr->VacuumAll()) != S_OK) return result;
     // Only the shards open now; every one is tried.
-    if (m_stores.metaFactory != nullptr && (result = m_stores.metaFactory->VacuumOpenShards()) != S_OK)
-        return result;
+    if (m_stores.metaFactory != nullptr && (result = m_stores.metaFactory->VacuumOpenShards()) != S_OK) return result;
     for (CSQLiteThumbDBMgr* family : {m_stores.psniThumbMgr, m_stores.ptiThumbMgr, m_stores.psnfThumbMgr,
                                       m_stores.ptfThumbMgr, m_stores.albmThumbMgr, m_stores.grfThumbMgr}) {
         if (family != nullptr && (result = family->VacuumAll()) != S_OK) return result;
@@ -40,4 +39,6 @@ HRESULT CZanDB4DBUtility::CompactDatabases(BOOL all) {
     return S_OK;
 }
 
-HRESULT CZanDB4DBUtility::RepairDeadLinks(IZanDB4DeadLinkInfo* info) { return E_NOTIMPL; }
+HRESULT CZanDB4DBUtility::RepairDeadLinks(IZanDB4DeadLinkInfo* info) {
+    return E_NOTIMPL;
+}

@@ -109,8 +109,7 @@ HRESULT CZanDB4DBUtility::CheckDeadLinks(IZanDB4DeadLinkInfo** outInfo, BOOL che
     counts.orphanAlbumThumbnailCount = CountThumbnailOrphans(m_stores.albmThumbMgr, known.albums);
     counts.orphanFaceFileCount = CountFacesOutsideFiles(catalogue, CSQLiteFileBasicDB::kPerson, known.files) +
                                  CountFacesOutsideFiles(catalogue, CSQLiteFileBasicDB::kPet, known.files);
-    counts.orphanPersonFaceCount =
-        CountFacesOutsideIndividuals(catalogue, CSQLiteFileBasicDB::kPerson, known.persons);
+    counts.orphanPersonFaceCount = CountFacesOutsideIndividuals(catalogue, CSQLiteFileBasicDB::kPerson, known.persons);
     counts.orphanPetFaceCount = CountFacesOutsideIndividuals(catalogue, CSQLiteFileBasicDB::kPet, known.pets);
     counts.orphanPsnfCount = CountThumbnailOrphans(m_stores.psnfThumbMgr, known.persons);
     counts.orphanPtfCount = CountThumbnailOrphans(m_stores.ptfThumbMgr, known.pets);

@@ -24,7 +24,9 @@ HRESULT DeliverSome(std::initializer_list<std::pair<uint32_t*, uint32_t>> outs) 
 
 }  // namespace
 
-HRESULT CZanDB4DeadLinkInfo::GetDeadFileCount(uint32_t* outCount) { return Deliver(outCount, m_counts.deadFileCount); }
+HRESULT CZanDB4DeadLinkInfo::GetDeadFileCount(uint32_t* outCount) {
+    return Deliver(outCount, m_counts.deadFileCount);
+}
 
 HRESULT CZanDB4DeadLinkInfo::GetOrphanMetaCount(uint32_t* outCount) {
     return Deliver(outCount, m_counts.orphanMetaCount);
@@ -39,7 +41,8 @@ HRESULT CZanDB4DeadLinkInfo::GetReservedCounts(uint32_t* outCount1, uint32_t* ou
 }
 
 HRESULT CZanDB4DeadLinkInfo::GetOrphanTagLinkCounts(uint32_t* outFileCount, uint32_t* outTagCount) {
-    return DeliverSome({{outFileCount, m_counts.orphanTagLinkFileCount}, {outTagCount, m_counts.orphanTagLinkTagCount}});
+    return DeliverSome(
+        {{outFileCount, m_counts.orphanTagLinkFileCount}, {outTagCount, m_counts.orphanTagLinkTagCount}});
 }
 
 HRESULT CZanDB4DeadLinkInfo::GetOrphanThumbnailCount(uint32_t* outCount) {

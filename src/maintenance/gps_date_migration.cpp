@@ -20,7 +20,9 @@ void Report(ZanDB4UpgradeProgressCallback callback, uint32_t current, uint32_t t
     if (callback != nullptr) callback(current, total, context);
 }
 
-int64_t Packed(const SYSTEMTIME& time) { return CZanTDateTime(time).GetPacked(); }
+int64_t Packed(const SYSTEMTIME& time) {
+    return CZanTDateTime(time).GetPacked();
+}
 
 // Every log gets state 1; a log that cannot be written is passed over.
 void MarkEveryLog(CSQLiteGPSLogDB& store) {

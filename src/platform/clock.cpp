@@ -5,7 +5,6 @@
 #include <time.h>
 
 #include <cstdint>
-
 #include <mutex>
 
 namespace zandb4::platform {
@@ -57,7 +56,9 @@ int64_t SystemTimeToUnixSeconds(const SYSTEMTIME& time) {
 
 namespace {
 
-bool IsLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+bool IsLeapYear(int year) {
+    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+}
 
 int DaysInMonth(int year, int month) {
     static const int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};

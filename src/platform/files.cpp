@@ -119,7 +119,9 @@ std::string FindFileName(const std::string& path) {
 namespace {
 
 // The error number of a failed file system call, never 0.
-int ErrorNumberOf(const std::error_code& error) { return error.value() != 0 ? error.value() : EIO; }
+int ErrorNumberOf(const std::error_code& error) {
+    return error.value() != 0 ? error.value() : EIO;
+}
 
 }  // namespace
 

@@ -121,7 +121,7 @@ uint32_t CSQLiteMetaDataDBFactory::CountOrphans(const CZanTArray<uint64_t>& ids)
     if (committed != S_OK) return static_cast<uint32_t>(committed);
     CloseShards();
     return shard_files::CountOrphansInFolder<CSQLiteMetaDataDB>(m_folder, ids, meta_data_table::kCountOrphansFormat,
-                                                             meta_data_table::kCountOrphansInRangeFormat);
+                                                                meta_data_table::kCountOrphansInRangeFormat);
 }
 
 void CSQLiteMetaDataDBFactory::CloseShards() {

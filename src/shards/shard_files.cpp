@@ -182,6 +182,8 @@ uint32_t NotInList::CountInRuns(sqlite3* db, const WCHAR* rangeFormat) {
     return static_cast<uint32_t>(total);
 }
 
-void SetStatementLengthLimitForTesting(int bytes) { g_statementLengthLimitForTesting.store(bytes); }
+void SetStatementLengthLimitForTesting(int bytes) {
+    g_statementLengthLimitForTesting.store(bytes);
+}
 
 }  // namespace shard_files

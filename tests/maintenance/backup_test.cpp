@@ -45,8 +45,7 @@ protected:
     // memos its Memory.db holds.
     void AddMemo(const std::string& key, bool commit = true) {
         ComPtr<IZanDB4MemoryDataMgr> memory;
-        ASSERT_EQ(ZanDB4_CreateInstance(&IID_IZanDB4MemoryDataMgr, reinterpret_cast<void**>(memory.Receive())),
-                  S_OK);
+        ASSERT_EQ(ZanDB4_CreateInstance(&IID_IZanDB4MemoryDataMgr, reinterpret_cast<void**>(memory.Receive())), S_OK);
         const char data[] = "memo";
         CZanTString condition = CZanTString::FromUtf8(key.c_str());
         ASSERT_EQ(memory->AddData(1, condition.GetString(), data, sizeof(data), nullptr), S_OK);
@@ -104,8 +103,8 @@ TEST_F(Backup, TwoRunsKeepTwoGenerationsAndAThirdDiscardsTheFirst) {
     ASSERT_EQ(m_utility->BackupDatabases(nullptr, 0), S_OK);
     EXPECT_EQ(MemosIn(DefaultBackup()), 3);
     EXPECT_EQ(MemosIn(OlderBackup()), 2);
-    EXPECT_EQ(EntriesOf(m_root.Path()), (std::set<std::string>{"database", "database-backup", "database-backup2",
-                                                                 "information"}));
+    EXPECT_EQ(EntriesOf(m_root.Path()),
+              (std::set<std::string>{"database", "database-backup", "database-backup2", "information"}));
 }
 
 TEST_F(Backup, AGenerationWithShardFoldersIsReplacedWhole) {

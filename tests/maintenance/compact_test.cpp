@@ -77,10 +77,10 @@ TEST_F(Compact, WithoutAllOnlyTheCatalogueIsCompacted) {
 TEST_F(Compact, WithAllEveryShardFamilyIsCompactedToo) {
     Start();
     FreePagesInCatalogue();
-    for (CSQLiteThumbDBMgr* family : {DatabaseRegistry::thumbMgr, DatabaseRegistry::psniThumbMgr,
-                                      DatabaseRegistry::ptiThumbMgr, DatabaseRegistry::psnfThumbMgr,
-                                      DatabaseRegistry::ptfThumbMgr, DatabaseRegistry::albmThumbMgr,
-                                      DatabaseRegistry::grfThumbMgr})
+    for (CSQLiteThumbDBMgr* family :
+         {DatabaseRegistry::thumbMgr, DatabaseRegistry::psniThumbMgr, DatabaseRegistry::ptiThumbMgr,
+          DatabaseRegistry::psnfThumbMgr, DatabaseRegistry::ptfThumbMgr, DatabaseRegistry::albmThumbMgr,
+          DatabaseRegistry::grfThumbMgr})
         FreePagesInThumbnails(family);
     FreePagesInMetaData(1);
     FreePagesInFeaturePoints(DatabaseRegistry::rfpMgr);

@@ -142,18 +142,20 @@ TEST_F(DeadLinks, WithoutCheckFilesNoFileIsDeadEvenIfAllAreGone) {
 }
 
 TEST_F(DeadLinks, AFileWithAnEmptyPathOrNameIsNotTested) {
-    ExecOnCatalogue("INSERT INTO file_table (file_id, file_path, file_name, path_key) VALUES (1, '', 'x.jpg', 'A');"
-                    "INSERT INTO file_table (file_id, file_path, file_name, path_key) VALUES (2, '/nowhere', '', 'B');"
-                    "INSERT INTO file_table (file_id, file_path, file_name, path_key) VALUES (3, '/nowhere', 'x', 'C');");
+    ExecOnCatalogue(
+        "INSERT INTO file_table (file_id, file_path, file_name, path_key) VALUES (1, '', 'x.jpg', 'A');"
+        "INSERT INTO file_table (file_id, file_path, file_name, path_key) VALUES (2, '/nowhere', '', 'B');"
+        "INSERT INTO file_table (file_id, file_path, file_name, path_key) VALUES (3, '/nowhere', 'x', 'C');");
     EXPECT_EQ(CountsOf(Check(1)).deadFileCount, 1u);
 }
 
 TEST_F(DeadLinks, ACatalogueWithoutFilesCountsEveryRowOfTheFileCounts) {
-    ExecOnCatalogue("INSERT INTO meta_table (file_id) VALUES (1); INSERT INTO meta_table (file_id) VALUES (NULL);"
-                    "INSERT INTO tag_table VALUES (1, 'kept', 0);"
-                    "INSERT INTO tag_file_table VALUES (1, 3); INSERT INTO tag_file_table VALUES (1, 4);"
-                    "INSERT INTO image_file_table (file_id) VALUES (5);"
-                    "INSERT INTO person_face_table VALUES (1, 6, 0, 0); INSERT INTO pet_face_table VALUES (1, 7, 0, 0);");
+    ExecOnCatalogue(
+        "INSERT INTO meta_table (file_id) VALUES (1); INSERT INTO meta_table (file_id) VALUES (NULL);"
+        "INSERT INTO tag_table VALUES (1, 'kept', 0);"
+        "INSERT INTO tag_file_table VALUES (1, 3); INSERT INTO tag_file_table VALUES (1, 4);"
+        "INSERT INTO image_file_table (file_id) VALUES (5);"
+        "INSERT INTO person_face_table VALUES (1, 6, 0, 0); INSERT INTO pet_face_table VALUES (1, 7, 0, 0);");
     AddThumbnail(DatabaseRegistry::thumbMgr, 1, 1);
     AddThumbnail(DatabaseRegistry::thumbMgr, 2, 2);
     AddLargeMeta(3);
@@ -179,8 +181,9 @@ TEST_F(DeadLinks, ARowWithoutAnIdIsNoOrphanOfAListWithIds) {
 TEST_F(DeadLinks, TagLinksOfARemovedFileAndOfARemovedTagCountApart) {
     AddFile(1, m_root.Path(), "a.jpg");
     AddFile(2, m_root.Path(), "b.jpg");
-    ExecOnCatalogue("INSERT INTO tag_table VALUES (1, 'one', 0); INSERT INTO tag_table VALUES (2, 'two', 0);"
-                    "INSERT INTO tag_file_table VALUES (1, 1); INSERT INTO tag_file_table VALUES (2, 2);");
+    ExecOnCatalogue(
+        "INSERT INTO tag_table VALUES (1, 'one', 0); INSERT INTO tag_table VALUES (2, 'two', 0);"
+        "INSERT INTO tag_file_table VALUES (1, 1); INSERT INTO tag_file_table VALUES (2, 2);");
     ExecOnCatalogue("DELETE FROM file_table WHERE file_id=2");
     ComPtr<IZanDB4DeadLinkInfo> info = Check(0);
     uint32_t byFile = 9, byTag = 9;
@@ -220,7 +223,9 @@ TEST_F(DeadLinks, TheCountsAreASnapshot) {
     EXPECT_EQ(count, 1u);
 }
 
-TEST_F(DeadLinks, ANullOutIsInvalid) { EXPECT_EQ(m_utility->CheckDeadLinks(nullptr, 1), E_INVALIDARG); }
+TEST_F(DeadLinks, ANullOutIsInvalid) {
+    EXPECT_EQ(m_utility->CheckDeadLinks(nullptr, 1), E_INVALIDARG);
+}
 
 TEST_F(DeadLinks, TheInfoComesWithOneReferenceAndAnswersItsOwnIdentifier) {
     IZanDB4DeadLinkInfo* info = reinterpret_cast<IZanDB4DeadLinkInfo*>(0x5EA7);

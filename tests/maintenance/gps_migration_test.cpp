@@ -34,7 +34,9 @@ protected:
     ProgressRecorder m_progress;
 };
 
-std::string S(int64_t value) { return std::to_string(value); }
+std::string S(int64_t value) {
+    return std::to_string(value);
+}
 
 // Points one minute apart from 2021-03-04 05:00:00 local, in one log.
 std::string ManyPoints(uint32_t count) {
@@ -59,8 +61,8 @@ TEST_F(GpsMigration, Version1000IsRebuiltMigratedAndEndsAt1201WithTotal200) {
     EXPECT_EQ(Logs(), (Rows{{"1", "/logs/walk.log", "walk.log", S(Packed(2020, 7, 1, 8, 30, 0)),
                              S(Packed(2020, 7, 1, 23, 59, 59)), "4", "1", S(Packed(2020, 6, 30, 23, 30, 0)),
                              S(Packed(2020, 7, 1, 14, 59, 59)), ""},
-                            {"2", "/logs/empty.log", "empty.log", S(Packed(2019, 5, 5, 5, 5, 5)),
-                             S(Packed(2019, 5, 6)), "0", "1", "0", "0", ""}}));
+                            {"2", "/logs/empty.log", "empty.log", S(Packed(2019, 5, 5, 5, 5, 5)), S(Packed(2019, 5, 6)),
+                             "0", "1", "0", "0", ""}}));
 }
 
 TEST_F(GpsMigration, TheRebuiltStoreKeepsNoIndexes) {
@@ -116,9 +118,9 @@ TEST_F(GpsMigration, Version1000WithAllColumnsIsMigratedWithoutARebuild) {
 TEST_F(GpsMigration, FewerThan50PointsReportInStepsLargerThanOne) {
     UpgradeGpsStore(GpsTablesOfVersion1000() + ManyPoints(7));
     // 50 * i / 7 for i = 1 .. 7.
-    EXPECT_EQ(m_progress.Values(),
-              (Calls{{7, 200}, {14, 200}, {21, 200}, {28, 200}, {35, 200}, {42, 200}, {50, 200}, {100, 200},
-                     {200, 200}}));
+    EXPECT_EQ(
+        m_progress.Values(),
+        (Calls{{7, 200}, {14, 200}, {21, 200}, {28, 200}, {35, 200}, {42, 200}, {50, 200}, {100, 200}, {200, 200}}));
 }
 
 TEST_F(GpsMigration, MoreThan50PointsReportEachValueOnce) {
@@ -189,8 +191,9 @@ TEST_F(GpsMigration, ALogThatCannotBeWrittenIsPassedOver) {
                     GpsLogRow(2, "/b.log", "b.log", 0, 0, 0) + GpsPointRow(10, 1, Packed(2021, 1, 1, 12), 1.0, 2.0) +
                     GpsPointRow(11, 2, Packed(2021, 1, 2, 12), 1.0, 2.0));
     EXPECT_EQ(VersionOf(GpsLogs()), 1201);
-    EXPECT_EQ(FileRows(GpsLogs(), "SELECT log_file_id, start_date, state, start_date_utc FROM gps_log_file "
-                                  "ORDER BY log_file_id"),
+    EXPECT_EQ(FileRows(GpsLogs(),
+                       "SELECT log_file_id, start_date, state, start_date_utc FROM gps_log_file "
+                       "ORDER BY log_file_id"),
               (Rows{{"1", "7", "NULL", "NULL"}, {"2", S(Packed(2021, 1, 2, 12)), "1", S(Packed(2021, 1, 2, 3))}}));
     EXPECT_EQ(Points(), (Rows{{"10", "1", S(Packed(2021, 1, 1, 12)), S(Packed(2021, 1, 1, 3))},
                               {"11", "2", S(Packed(2021, 1, 2, 12)), S(Packed(2021, 1, 2, 3))}}));

@@ -32,9 +32,12 @@ protected:
         Start();
         std::string files = std::to_string(kFiles);
         ExecOnCatalogue("BEGIN");
-        ExecOnCatalogue("INSERT INTO file_table (file_id, file_path, file_name, path_key) WITH RECURSIVE n(i) AS "
-                        "(SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<" + files + ") "
-                        "SELECT i, '/pictures', 'f' || i || '.jpg', 'K' || i FROM n");
+        ExecOnCatalogue(
+            "INSERT INTO file_table (file_id, file_path, file_name, path_key) WITH RECURSIVE n(i) AS "
+            "(SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<" +
+            files +
+            ") "
+            "SELECT i, '/pictures', 'f' || i || '.jpg', 'K' || i FROM n");
         // A metadata row and a tag link for every file, and ten of each whose
         // files are gone, in the middle and beyond the last file.
         ExecOnCatalogue("INSERT INTO meta_table (file_id) SELECT file_id FROM file_table");

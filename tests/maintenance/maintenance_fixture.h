@@ -155,9 +155,7 @@ protected:
     // What a separate connection finds in a store file: only what was
     // committed.
     Rows FileRows(const fs::path& file, const std::string& sql) const { return SqliteProbe(file).Rows(sql); }
-    int64_t FileInteger(const fs::path& file, const std::string& sql) const {
-        return SqliteProbe(file).Integer(sql);
-    }
+    int64_t FileInteger(const fs::path& file, const std::string& sql) const { return SqliteProbe(file).Integer(sql); }
     int64_t VersionOf(const fs::path& file) const {
         return FileInteger(file, "SELECT version FROM version_info_table");
     }

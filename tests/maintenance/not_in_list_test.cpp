@@ -36,13 +36,16 @@ protected:
         // An integer column holds what it is given: integers, reals that are
         // no integers, text that is no number, blobs, NULL.
         Exec("CREATE TABLE t (v INTEGER)");
-        Exec("INSERT INTO t VALUES (NULL), (-5), (0), (1.5), ('abc'), (X'00'), (9223372036854775807), "
-             "(1.8446744073709552e19), (-9223372036854775808)");
+        Exec(
+            "INSERT INTO t VALUES (NULL), (-5), (0), (1.5), ('abc'), (X'00'), (9223372036854775807), "
+            "(1.8446744073709552e19), (-9223372036854775808)");
         for (int value = 1; value <= 300; ++value) Exec("INSERT INTO t VALUES (" + std::to_string(value) + ")");
     }
     void TearDown() override { sqlite3_close(m_db); }
 
-    void Exec(const std::string& sql) { ASSERT_EQ(sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK); }
+    void Exec(const std::string& sql) {
+        ASSERT_EQ(sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    }
 
     // The ids 1 to 300 but each seventh, with the largest integer and the
     // largest unsigned id (which SQLite reads as a real) among them.

@@ -36,10 +36,10 @@ inline std::string OldCatalogue() {
            "INSERT INTO meta_table VALUES (2, X'FF', 1001, 2001, 3001, 0, 1920, 1080, 0, 0, 60, 6, -5, 180, 'south');";
 }
 inline const Rows kOldMetaRowsWithLateColumns = {
-    {"1", "0102", "1000", "2000", "3000", "4", "640", "480", "1", "2", "30", "5", "100", "90", "north", "NULL",
-     "NULL", "NULL", "NULL", "NULL", "NULL"},
-    {"2", "FF", "1001", "2001", "3001", "0", "1920", "1080", "0", "0", "60", "6", "-5", "180", "south", "NULL",
-     "NULL", "NULL", "NULL", "NULL", "NULL"},
+    {"1", "0102", "1000", "2000",  "3000", "4",    "640",  "480",  "1",    "2",   "30",
+     "5", "100",  "90",   "north", "NULL", "NULL", "NULL", "NULL", "NULL", "NULL"},
+    {"2", "FF", "1001", "2001",  "3001", "0",    "1920", "1080", "0",    "0",   "60",
+     "6", "-5", "180",  "south", "NULL", "NULL", "NULL", "NULL", "NULL", "NULL"},
 };
 inline const std::string kSelectMetaRows =
     "SELECT file_id, hex(filter_data), file_size, file_update_date, import_date, duration, pixel_width, "
@@ -80,8 +80,8 @@ inline std::string GpsTablesOfVersion1000() {
            SetVersion(1000);
 }
 
-inline std::string GpsLogRow(uint64_t id, const std::string& path, const std::string& name, int64_t start,
-                             int64_t end, uint32_t attributes) {
+inline std::string GpsLogRow(uint64_t id, const std::string& path, const std::string& name, int64_t start, int64_t end,
+                             uint32_t attributes) {
     return "INSERT INTO gps_log_file VALUES (" + std::to_string(id) + ", '" + path + "', '" + name + "', " +
            std::to_string(start) + ", " + std::to_string(end) + ", " + std::to_string(attributes) + ");";
 }

@@ -52,8 +52,9 @@ protected:
         EXPECT_EQ(VersionOf(AccessLog()), 1201);
         EXPECT_EQ(FileRows(AccessLog(), "SELECT log_type, log_data FROM access_date_log_data ORDER BY log_type"),
                   (Rows{{"12", "99"}, {"267", "0"}}));
-        EXPECT_EQ(FileInteger(AccessLog(), "SELECT COUNT(*) FROM sqlite_master WHERE name IN ('access_launch_data', "
-                                           "'access_history_data', 'access_edit_param_data')"),
+        EXPECT_EQ(FileInteger(AccessLog(),
+                              "SELECT COUNT(*) FROM sqlite_master WHERE name IN ('access_launch_data', "
+                              "'access_history_data', 'access_edit_param_data')"),
                   3);
 
         // Memory data is never upgraded.
@@ -135,8 +136,8 @@ TEST_F(Upgrade, StoresOfANewerVersionAreLeftAsTheyAre) {
     ExecOn(Staging(), DropLateColumns("async_file_table") + SetVersion(1500));
     ExecOn(AccessLog(), SetVersion(2000));
     ExecOn(MemoryData(), SetVersion(2000));
-    ExecOn(GpsLogs(), GpsTablesOfVersion1000() + SetVersion(2000) +
-                          GpsPointRow(10, 1, Packed(2020, 7, 1, 10, 0, 0), 35.5, 139.5));
+    ExecOn(GpsLogs(),
+           GpsTablesOfVersion1000() + SetVersion(2000) + GpsPointRow(10, 1, Packed(2020, 7, 1, 10, 0, 0), 35.5, 139.5));
     Start();
     auto before = StoreBytes();
     ProgressRecorder progress;
@@ -228,8 +229,8 @@ TEST_F(Upgrade, StoresTheUpgradeMayNotWriteStayAsTheyWere) {
         ProgressRecorder progress;
         bool upgraded = utility->UpgradeDatabases(&ProgressRecorder::Callback, &progress) == S_OK;
         // Nothing could be written, so the GPS store was not rebuilt.
-        bool reported = progress.calls.size() == 1 && progress.calls[0].current == 100 &&
-                        progress.calls[0].total == 100;
+        bool reported =
+            progress.calls.size() == 1 && progress.calls[0].current == 100 && progress.calls[0].total == 100;
         utility->Release();
         return upgraded && reported && ZanDB4_Finalize() == S_OK;
     });

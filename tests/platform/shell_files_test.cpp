@@ -1,7 +1,7 @@
 // platform/files.h: the shell's silent copy and rename as the backup uses
 // them, and the last component of a path and the path without it.
-#include <gtest/gtest.h>
 #include <errno.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
