@@ -91,6 +91,8 @@ inline constexpr WCHAR kSelectById[] = u"SELECT * FROM file_table WHERE file_id=
 // Faces have been searched for in the file.
 inline constexpr WCHAR kMarkFaceDetected[] = u"UPDATE file_table SET did_detect_face='1' WHERE file_id=?";
 inline constexpr WCHAR kSelectAll[] = u"SELECT * FROM file_table";
+// Every file id, for the dead link check.
+inline constexpr WCHAR kSelectAllIds[] = u"SELECT file_id FROM file_table";
 // Binds kColumnCount values in the order of Column, path_key derived.
 inline constexpr WCHAR kInsert[] =
     u"INSERT INTO file_table (file_id, file_path, disk_vsn, path_key, file_name, file_format, shooting_date, "

@@ -150,16 +150,16 @@ HRESULT FaceTableRows::GetFacesInFile(uint64_t fileId, uint32_t type, CArray<IZa
 
 uint32_t FaceTableRows::CountFacesOutsideFiles(uint32_t type, const CZanTArray<uint64_t>& fileIds) {
     if (!IsIndividualType(type)) return 0;
-    return shard_files::CountNotIn(m_store.m_db,
-                                   ForType(type, kCountPersonFacesOutsideFiles, kCountPetFacesOutsideFiles),
-                                   shard_files::QuotedIdList(fileIds));
+    return shard_files::NotInList(fileIds).Count(
+        m_store.m_db, ForType(type, kCountPersonFacesOutsideFiles, kCountPetFacesOutsideFiles),
+        ForType(type, kCountPersonFacesOutsideFilesInRange, kCountPetFacesOutsideFilesInRange));
 }
 
 uint32_t FaceTableRows::CountFacesOutsideIndividuals(uint32_t type, const CZanTArray<uint64_t>& individualIds) {
     if (!IsIndividualType(type)) return 0;
-    return shard_files::CountNotIn(
-        m_store.m_db, ForType(type, kCountPersonFacesOutsideIndividuals, kCountPetFacesOutsideIndividuals),
-        shard_files::QuotedIdList(individualIds));
+    return shard_files::NotInList(individualIds)
+        .Count(m_store.m_db, ForType(type, kCountPersonFacesOutsideIndividuals, kCountPetFacesOutsideIndividuals),
+               ForType(type, kCountPersonFacesOutsideIndividualsInRange, kCountPetFacesOutsideIndividualsInRange));
 }
 
 HRESULT FaceTableRows::LoadFace(uint64_t faceId, uint32_t type, IZanDB4FaceDBRecord** outRecord) {

@@ -52,6 +52,18 @@ inline constexpr WCHAR kCountPersonFacesOutsideIndividuals[] =
     u"SELECT COUNT(*) FROM person_face_table WHERE person_id NOT IN (%s)";
 inline constexpr WCHAR kCountPetFacesOutsideIndividuals[] =
     u"SELECT COUNT(*) FROM pet_face_table WHERE pet_id NOT IN (%s)";
+// The same counts over one span of ids, for a list too long for one
+// statement, cut into runs (shard_files::NotInList): 1 for no lower bound,
+// the bound, 1 for no upper bound, the bound.
+inline constexpr WCHAR kCountPersonFacesOutsideFilesInRange[] =
+    u"SELECT COUNT(*) FROM person_face_table WHERE file_id NOT IN (%s) AND (? OR file_id>?) AND (? OR file_id<=?)";
+inline constexpr WCHAR kCountPetFacesOutsideFilesInRange[] =
+    u"SELECT COUNT(*) FROM pet_face_table WHERE file_id NOT IN (%s) AND (? OR file_id>?) AND (? OR file_id<=?)";
+inline constexpr WCHAR kCountPersonFacesOutsideIndividualsInRange[] =
+    u"SELECT COUNT(*) FROM person_face_table WHERE person_id NOT IN (%s) AND (? OR person_id>?) AND "
+    u"(? OR person_id<=?)";
+inline constexpr WCHAR kCountPetFacesOutsideIndividualsInRange[] =
+    u"SELECT COUNT(*) FROM pet_face_table WHERE pet_id NOT IN (%s) AND (? OR pet_id>?) AND (? OR pet_id<=?)";
 
 // An individual's faces go back to nobody when it is deleted. The quoted 0
 // is text; the column's integer affinity stores it as the integer 0.

@@ -27,6 +27,7 @@
 #include "logs/access_log_mgr.h"
 #include "logs/app_log_mgr.h"
 #include "logs/memory_data_mgr.h"
+#include "maintenance/db_utility.h"
 #include "records/file_db_record.h"
 #include "records/file_large_meta_data.h"
 #include "records/file_meta_db_record.h"
@@ -65,7 +66,26 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4TagDBMgr, [] () -> IUnknown* { return new CZanDB4TagDBMgr(DatabaseRegistry::fileBasicDB); }},
     {&IID_IZanDB4TagDBRecord, [] () -> IUnknown* { return new CZanDB4TagDBRecord(); }},
     {&IID_IZanDB4FileMetaDBRecord, [] () -> IUnknown* { return new CZanDB4FileMetaDBRecord(); }},
-    {&IID_IZanDB4DBUtility, nullptr},
+    {&IID_IZanDB4DBUtility,
+     [] () -> IUnknown* {
+         DBUtilityStores stores;
+         stores.fileBasicDB = DatabaseRegistry::fileBasicDB;
+         stores.metaFactory = DatabaseRegistry::metaFactory;
+         stores.gpsLogDB = DatabaseRegistry::gpsLogDB;
+         stores.thumbMgr = DatabaseRegistry::thumbMgr;
+         stores.psniThumbMgr = DatabaseRegistry::psniThumbMgr;
+         stores.ptiThumbMgr = DatabaseRegistry::ptiThumbMgr;
+         stores.psnfThumbMgr = DatabaseRegistry::psnfThumbMgr;
+         stores.ptfThumbMgr = DatabaseRegistry::ptfThumbMgr;
+         stores.albmThumbMgr = DatabaseRegistry::albmThumbMgr;
+         stores.grfThumbMgr = DatabaseRegistry::grfThumbMgr;
+         stores.asyncDB = DatabaseRegistry::asyncDB;
+         stores.rfpMgr = DatabaseRegistry::rfpMgr;
+         stores.tfpMgr = DatabaseRegistry::tfpMgr;
+         stores.memDB = DatabaseRegistry::memDB;
+         stores.accessLogDB = DatabaseRegistry::accessLogDB;
+         return new CZanDB4DBUtility(stores);
+     }},
     {&IID_IZanDB4EditFileCache, [] () -> IUnknown* { return new CZanDB4EditFileCache(); }},
     {&IID_IZanDB4FileLargeMetaData, [] () -> IUnknown* { return new CZanDB4FileLargeMetaData(); }},
     {&IID_IZanDB4FaceDBRecord, [] () -> IUnknown* { return new CZanDB4FaceDBRecord(); }},

@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 namespace zandb4::platform {
 
@@ -96,6 +98,56 @@ bool ListFolder(const std::string& folder, std::vector<FolderEntry>& entries) {
     std::sort(entries.begin(), entries.end(),
               [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
     return true;
+}
+
+std::string RemoveFileSpec(const std::string& path) {
+    size_t slash = path.rfind('/');
+    if (slash == std::string::npos) return {};
+    // The root keeps its separator.
+    return slash == 0 ? std::string("/") : path.substr(0, slash);
+}
+
+std::string FindFileName(const std::string& path) {
+    // A separator at the very end belongs to the last component, so the
+    // search starts before it.
+    size_t end = path.size();
+    if (end > 1 && path[end - 1] == '/') --end;
+    size_t slash = end == 0 ? std::string::npos : path.rfind('/', end - 1);
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+namespace {
+
+// The error number of a failed file system call, never 0.
+int ErrorNumberOf(const std::error_code& error) {
+    return error.value() != 0 ? error.value() : EIO;
+}
+
+}  // namespace
+
+int ShellCopy(const std::string& from, const std::string& toFolder) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    // A missing target folder is made, as the shell makes it without asking;
+    // a failure shows in the copy below.
+    fs::create_directories(toFolder, error);
+    std::string name = FindFileName(from);
+    while (name.size() > 1 && name.back() == '/') name.pop_back();
+    fs::path target = fs::path(toFolder) / name;
+    error.clear();
+    fs::file_status source = fs::status(from, error);
+    if (error) return ErrorNumberOf(error);
+    if (fs::is_directory(source))
+        fs::copy(from, target, fs::copy_options::recursive | fs::copy_options::overwrite_existing, error);
+    else
+        fs::copy_file(from, target, fs::copy_options::overwrite_existing, error);
+    return error ? ErrorNumberOf(error) : 0;
+}
+
+int ShellRename(const std::string& from, const std::string& to) {
+    std::error_code error;
+    std::filesystem::rename(from, to, error);
+    return error ? ErrorNumberOf(error) : 0;
 }
 
 std::string LibraryFolder() {

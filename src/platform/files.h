@@ -62,6 +62,25 @@ struct FolderEntry {
 // cannot be read.
 bool ListFolder(const std::string& folder, std::vector<FolderEntry>& entries);
 
+// The path less its last component and the '/' before it: "/a/b" gives
+// "/a", "/a/b/" gives "/a/b", "/a" gives "/" (the root stays), and a path
+// without any '/' gives "".
+std::string RemoveFileSpec(const std::string& path);
+// The last component of the path: what follows its last '/' that is not at
+// the very end ("/a/b" gives "b", "/a/b/" gives "b/"), or the whole path
+// without a '/'.
+std::string FindFileName(const std::string& path);
+
+// The shell's silent copy: from, a file or a folder with all its content,
+// goes into the folder toFolder under its own name, replacing files of the
+// same names there; toFolder is made when it is missing. Answers 0 on
+// success, else the system's error number of the first failure (or EIO when
+// there is none to tell); a failed copy may leave part of it in place.
+int ShellCopy(const std::string& from, const std::string& toFolder);
+// The shell's silent rename of a file or folder from to to. 0 on success,
+// else the system's error number.
+int ShellRename(const std::string& from, const std::string& to);
+
 // The folder that holds the library file itself (no trailing '/'), found
 // with dladdr on a function of the library. Empty if it cannot be found.
 std::string LibraryFolder();

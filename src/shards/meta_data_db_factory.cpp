@@ -120,7 +120,8 @@ uint32_t CSQLiteMetaDataDBFactory::CountOrphans(const CZanTArray<uint64_t>& ids)
     // The failure goes back in place of the count.
     if (committed != S_OK) return static_cast<uint32_t>(committed);
     CloseShards();
-    return shard_files::CountOrphansInFolder<CSQLiteMetaDataDB>(m_folder, ids, meta_data_table::kCountOrphansFormat);
+    return shard_files::CountOrphansInFolder<CSQLiteMetaDataDB>(m_folder, ids, meta_data_table::kCountOrphansFormat,
+                                                                meta_data_table::kCountOrphansInRangeFormat);
 }
 
 void CSQLiteMetaDataDBFactory::CloseShards() {

@@ -22,5 +22,11 @@ enum Column {
 
 // The orphan count of a shard, with the quoted identifier list for %s.
 inline constexpr WCHAR kCountOrphansFormat[] = u"SELECT COUNT(*) FROM meta_data_table WHERE file_id NOT IN (%s)";
+// The same count over the rows of one span of file ids, for a list too long
+// for one statement, cut into runs: 1 for no lower bound, the bound (the
+// previous run's highest id), 1 for no upper bound, the bound (this run's
+// highest id).
+inline constexpr WCHAR kCountOrphansInRangeFormat[] =
+    u"SELECT COUNT(*) FROM meta_data_table WHERE file_id NOT IN (%s) AND (? OR file_id>?) AND (? OR file_id<=?)";
 
 }  // namespace meta_data_table

@@ -98,21 +98,75 @@ HRESULT WalkShardFiles(const CZanTString& folder, Visit&& visit) {
 // leaves the parentheses empty and so counts every row.
 CZanTString QuotedIdList(const CZanTArray<uint64_t>& ids);
 
-// Runs "SELECT COUNT(*) FROM ... NOT IN (%s)" with the list in place of %s;
-// column 0 of the first row. A statement that fails, or gives no row, counts 0.
-uint32_t CountNotIn(sqlite3* db, const WCHAR* statementFormat, const CZanTString& quotedIds);
+// The identifier list of one orphan count, made once and put into as many
+// statements as the count needs (one per shard file, say).
+//
+// Count runs "SELECT COUNT(*) FROM ... NOT IN (%s)" with the whole list in
+// place of %s, and answers column 0 of the first row; a statement that fails,
+// or gives no row, counts 0. SQLite refuses a statement longer than the
+// connection's length limit, and a long enough list would make every count 0.
+// So when the whole statement would be longer than that limit, the count is
+// made in runs instead: the list is sorted and cut into runs whose statements
+// fit, and each run counts, with rangeFormat, the rows whose value lies in
+// the run's span and is not in the run. The spans (up to and including the
+// run's highest id, above the previous run's highest) cover every value once,
+// so the runs add up to the count of the whole list. Below the limit the
+// whole statement runs as it always did, and its count stands. A run that
+// fails makes the whole count 0, as the single statement would have.
+class NotInList {
+public:
+    explicit NotInList(const CZanTArray<uint64_t>& ids);
+
+    // statementFormat has one %s; rangeFormat is the same statement followed
+    // by "AND (? OR column>?) AND (? OR column<=?)": 1 for no lower bound,
+    // the lower bound, 1 for no upper bound, the upper bound.
+    uint32_t Count(sqlite3* db, const WCHAR* statementFormat, const WCHAR* rangeFormat);
+
+    const CZanTString& QuotedIds() const { return m_quotedIds; }
+    // How many runs the last count that needed them was cut into; 0 while
+    // every count ran whole.
+    size_t RunCount() const { return m_runs.size(); }
+
+private:
+    struct Run {
+        CZanTString quotedIds;
+        bool hasLower;
+        int64_t lower;
+        bool hasUpper;
+        int64_t upper;
+    };
+    // Cuts the sorted list into runs whose text is at most budget characters.
+    void MakeRuns(size_t budget);
+    uint32_t CountInRuns(sqlite3* db, const WCHAR* rangeFormat);
+
+    CZanTString m_quotedIds;
+    // The ids that SQLite holds as integers, sorted as it compares them.
+    std::vector<int64_t> m_sorted;
+    // Ids above the largest 64-bit signed integer: as text in the statement
+    // SQLite reads them as reals, which no span of integers holds, so every
+    // run carries them.
+    std::vector<uint64_t> m_beyondIntegers;
+    std::vector<Run> m_runs;
+    size_t m_runBudget = 0;
+};
+
+// Test seam: while above 0, each count lowers SQLite's statement length limit
+// on its connection to this many bytes for the time it runs (and puts the
+// connection's own limit back afterwards), as an SQLite built with a smaller
+// limit would have it. 0 takes it away. Not exported.
+void SetStatementLengthLimitForTesting(int bytes);
 
 // The orphan count over every shard file of the folder: the rows whose
 // identifier is not in ids, by countFormat ("SELECT COUNT(*) ... NOT IN
-// (%s)"), summed. The whole list goes into every statement. The factory
-// commits and closes its shards first.
+// (%s)") or, for a list too long for one statement, rangeFormat (see
+// NotInList), summed. The factory commits and closes its shards first.
 template <class Shard>
-uint32_t CountOrphansInFolder(const CZanTString& folder, const CZanTArray<uint64_t>& ids,
-                              const WCHAR* countFormat) {
-    CZanTString quotedIds = QuotedIdList(ids);
+uint32_t CountOrphansInFolder(const CZanTString& folder, const CZanTArray<uint64_t>& ids, const WCHAR* countFormat,
+                              const WCHAR* rangeFormat) {
+    NotInList list(ids);
     uint32_t total = 0;
     WalkShardFiles<Shard>(folder, [&](Shard& shard) {
-        total += CountNotIn(shard.m_db, countFormat, quotedIds);
+        total += list.Count(shard.m_db, countFormat, rangeFormat);
         return S_OK;
     });
     return total;

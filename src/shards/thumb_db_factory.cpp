@@ -145,7 +145,8 @@ uint32_t CSQLiteThumbDBFactory::CountOrphans(const CZanTArray<uint64_t>& ids) {
     // The failure goes back in place of the count, as it always did.
     if (committed != S_OK) return static_cast<uint32_t>(committed);
     CloseShards();
-    return shard_files::CountOrphansInFolder<CSQLiteThumbDB>(m_folder, ids, thumbnail_table::kCountOrphansFormat);
+    return shard_files::CountOrphansInFolder<CSQLiteThumbDB>(m_folder, ids, thumbnail_table::kCountOrphansFormat,
+                                                             thumbnail_table::kCountOrphansInRangeFormat);
 }
 
 void CSQLiteThumbDBFactory::CloseShards() {

@@ -26,5 +26,11 @@ enum Column {
 inline constexpr WCHAR kSelectById[] = u"SELECT * FROM thumbnail_table WHERE file_id=? LIMIT 1";
 // The orphan count of a shard, with the quoted identifier list for %s.
 inline constexpr WCHAR kCountOrphansFormat[] = u"SELECT COUNT(*) FROM thumbnail_table WHERE file_id NOT IN (%s)";
+// The same count over the rows of one span of file ids, for a list too long
+// for one statement, cut into runs: 1 for no lower bound, the bound (the
+// previous run's highest id), 1 for no upper bound, the bound (this run's
+// highest id).
+inline constexpr WCHAR kCountOrphansInRangeFormat[] =
+    u"SELECT COUNT(*) FROM thumbnail_table WHERE file_id NOT IN (%s) AND (? OR file_id>?) AND (? OR file_id<=?)";
 
 }  // namespace thumbnail_table
