@@ -15,5 +15,8 @@ const Command& AlbumsCommand();
 const Command& ImportCommand();
 const Command& FacesCommand();
 const Command& StatsCommand();
+const Command& UpgradeCommand();
+const Command& CompactCommand();
+const Command& BackupCommand();
 
 }  // namespace zandb4::tool
