@@ -18,5 +18,6 @@ const Command& StatsCommand();
 const Command& UpgradeCommand();
 const Command& CompactCommand();
 const Command& BackupCommand();
+const Command& CheckCommand();
 
 }  // namespace zandb4::tool

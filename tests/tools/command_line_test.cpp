@@ -65,7 +65,7 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
     }
     EXPECT_EQ(ListedCommands(),
               (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import", "faces",
-                                        "stats", "upgrade", "compact", "backup"}));
+                                        "stats", "upgrade", "compact", "backup", "check"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
