@@ -16,5 +16,9 @@ const Command& ImportCommand();
 const Command& FacesCommand();
 const Command& StatsCommand();
 const Command& AppLogCommand();
+const Command& UpgradeCommand();
+const Command& CompactCommand();
+const Command& BackupCommand();
+const Command& CheckCommand();
 
 }  // namespace zandb4::tool

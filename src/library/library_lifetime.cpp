@@ -13,13 +13,13 @@
 #include "gps/gps_log_db.h"
 #include "library/database_registry.h"
 #include "library/library_paths.h"
+#include "library/store_families.h"
 #include "logs/access_log_db.h"
 #include "logs/app_log_db.h"
 #include "logs/memory_data_db.h"
 #include "platform/files.h"
 #include "shards/meta_data_db_factory.h"
 #include "shards/thumb_db_mgr.h"
-#include "shards/thumbnail_families.h"
 #include "staging/async_db.h"
 #include "zandb4/exports.h"
 #include "zandb4/foundation.h"
@@ -49,17 +49,6 @@ void OpenStore(Store*& member, const CZanTString& folder, const WCHAR* fileName)
     member->m_folder = folder;
     member->m_fileName = fileName;
     member->Open();
-}
-
-// Makes a thumbnail family in the registry member on the four folder names
-// "<name>_0s", "_0a", "_1s", "_1a". Its Initialize result is not looked at:
-// a family without factories answers E_INVALIDARG to every kind.
-void MakeThumbnailFamily(CSQLiteThumbDBMgr*& member, const CZanTString& databaseFolder, const WCHAR* name) {
-    member = new CSQLiteThumbDBMgr();
-    CZanTString base(name);
-    namespace families = thumbnail_families;
-    member->Initialize(databaseFolder, base + families::kKind1Suffix, base + families::kKind1UnusedSuffix,
-                       base + families::kKind2Suffix, base + families::kKind2UnusedSuffix);
 }
 
 // Closes the shards of both kinds of a family and destroys it.
@@ -132,18 +121,16 @@ HRESULT StartLibrary(const WCHAR* root) {
     OpenStore(DatabaseRegistry::gpsLogDB, databaseFolder, u"Location.db");
     OpenStore(DatabaseRegistry::memDB, databaseFolder, u"Memory.db");
     OpenStore(DatabaseRegistry::accessLogDB, databaseFolder, u"UserLog.db");
-    MakeThumbnailFamily(DatabaseRegistry::thumbMgr, databaseFolder, u"thumb");
-    MakeThumbnailFamily(DatabaseRegistry::psniThumbMgr, databaseFolder, u"psni");
-    MakeThumbnailFamily(DatabaseRegistry::ptiThumbMgr, databaseFolder, u"pti");
-    MakeThumbnailFamily(DatabaseRegistry::psnfThumbMgr, databaseFolder, u"psnf");
-    MakeThumbnailFamily(DatabaseRegistry::ptfThumbMgr, databaseFolder, u"ptf");
-    MakeThumbnailFamily(DatabaseRegistry::albmThumbMgr, databaseFolder, u"albm");
+    zandb4::MakeThumbnailFamily(DatabaseRegistry::thumbMgr, databaseFolder, u"thumb");
+    zandb4::MakeThumbnailFamily(DatabaseRegistry::psniThumbMgr, databaseFolder, u"psni");
+    zandb4::MakeThumbnailFamily(DatabaseRegistry::ptiThumbMgr, databaseFolder, u"pti");
+    zandb4::MakeThumbnailFamily(DatabaseRegistry::psnfThumbMgr, databaseFolder, u"psnf");
+    zandb4::MakeThumbnailFamily(DatabaseRegistry::ptfThumbMgr, databaseFolder, u"ptf");
+    zandb4::MakeThumbnailFamily(DatabaseRegistry::albmThumbMgr, databaseFolder, u"albm");
     MakeFeaturePointFamily(DatabaseRegistry::rfpMgr, databaseFolder, u"rfpw", u"rfpg", u"rfpi");
     MakeFeaturePointFamily(DatabaseRegistry::tfpMgr, databaseFolder, u"tfpw", u"tfpg", u"tfpi");
-    MakeThumbnailFamily(DatabaseRegistry::grfThumbMgr, databaseFolder, u"grf");
-    CZanTString metaFolder(databaseFolder);
-    metaFolder.AppendPath(thumbnail_families::kMetaDataFolder);
-    DatabaseRegistry::metaFactory = new CSQLiteMetaDataDBFactory(metaFolder);
+    zandb4::MakeThumbnailFamily(DatabaseRegistry::grfThumbMgr, databaseFolder, u"grf");
+    zandb4::MakeMetaDataShards(databaseFolder);
 
     if (DatabaseRegistry::fileRecordCache == nullptr)
         DatabaseRegistry::fileRecordCache = new FileRecordCache(&DatabaseRegistry::fileRecordCache);

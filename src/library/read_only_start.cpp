@@ -1,10 +1,14 @@
 // The tool's read-only start: the registry filled with a read-only catalogue
-// over an existing file.
+// over an existing file, and the thumbnail families and large-metadata
+// shards that the dead-link check counts in. Those make no folder and open
+// no shard when they are made; the check opens each existing shard file on
+// its own for its count, which reads and writes nothing.
 #include "library/tool_access.h"
 
 #include "catalogue/file_basic_db.h"
 #include "library/database_registry.h"
 #include "library/library_paths.h"
+#include "library/store_families.h"
 
 namespace DatabaseRegistry = zandb4::DatabaseRegistry;
 
@@ -22,9 +26,18 @@ HRESULT StartReadOnly(const WCHAR* root, int busyMilliseconds) {
         return E_FAIL;
     }
     // Exactly what ZanDB4_Finalize takes down again: the count, the
-    // catalogue and the record cache.
+    // catalogue, the families the dead-link check reaches and the record
+    // cache.
     DatabaseRegistry::initCount = 1;
     DatabaseRegistry::fileBasicDB = catalogue;
+    MakeThumbnailFamily(DatabaseRegistry::thumbMgr, databaseFolder, u"thumb");
+    MakeThumbnailFamily(DatabaseRegistry::psniThumbMgr, databaseFolder, u"psni");
+    MakeThumbnailFamily(DatabaseRegistry::ptiThumbMgr, databaseFolder, u"pti");
+    MakeThumbnailFamily(DatabaseRegistry::psnfThumbMgr, databaseFolder, u"psnf");
+    MakeThumbnailFamily(DatabaseRegistry::ptfThumbMgr, databaseFolder, u"ptf");
+    MakeThumbnailFamily(DatabaseRegistry::albmThumbMgr, databaseFolder, u"albm");
+    MakeThumbnailFamily(DatabaseRegistry::grfThumbMgr, databaseFolder, u"grf");
+    MakeMetaDataShards(databaseFolder);
     if (DatabaseRegistry::fileRecordCache == nullptr)
         DatabaseRegistry::fileRecordCache = new FileRecordCache(&DatabaseRegistry::fileRecordCache);
     return S_OK;

@@ -31,9 +31,12 @@ class CSQLiteFileBasicDB;
 namespace zandb4::tool_access {
 
 // Like ZanDB4_Initialize on root, except that no folder and no store file is
-// made: the catalogue "database/FileBasic.db" must exist, and it opens for
-// reading only (a read that meets another process's lock waits up to
-// busyMilliseconds). Stop with ZanDB4_Finalize, which then commits nothing.
+// made, and only the catalogue and what the dead-link check of the database
+// utility counts in (the thumbnail families and the large-metadata shards)
+// stand in the registry: the catalogue "database/FileBasic.db" must exist,
+// and it opens for reading only (a read that meets another process's lock
+// waits up to busyMilliseconds). Stop with ZanDB4_Finalize, which then
+// commits nothing: no shard is open for it to commit.
 //
 // S_OK with the library up. E_FAIL when the library is up already, or when
 // the catalogue file is missing or SQLite cannot open it; the library is then

@@ -66,7 +66,7 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
     }
     EXPECT_EQ(ListedCommands(),
               (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import", "faces",
-                                        "stats", "applog"}));
+                                        "stats", "applog", "upgrade", "compact", "backup", "check"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
