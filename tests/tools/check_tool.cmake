@@ -132,4 +132,11 @@ expect("database/thumb_0s/BAC710CB.db: not a database" "${err}" "thumb on a brok
 run(0 info ${WORK}/root)
 expect("  database/thumb_0s  thumb kind 1: 1 shard file, 0 thumbnails; 1 unreadable" "${out}" "info on a broken shard")
 expect("    database/thumb_0s/BAC710CB.db  not a database" "${out}" "info on a broken shard")
+# check names the broken store and the broken shard and answers 1; a root
+# without a catalogue is exit 2
+run(1 check ${WORK}/root)
+expect("database/Broken.db: not sound" "${out}" "check on a broken store")
+expect("database/thumb_0s/BAC710CB.db: not sound" "${out}" "check on a broken shard")
+expect("${WORK}/root/database/Broken.db: not sound" "${err}" "check's error lines")
+run(2 check ${WORK}/plain)
 file(REMOVE_RECURSE ${WORK})
