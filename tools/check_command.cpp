@@ -96,7 +96,7 @@ DeadLinkOutcome CheckDeadLinks(const std::string& root, bool checkFiles) {
                                                      : "the dead-link check failed: " + DescribeResult(checked);
         } else {
             outcome.ran = true;
-            outcome.counts = ReadCounts(*info, checkFiles);
+            outcome.counts = ReadCounts(*info.Get(), checkFiles);
         }
     }
     ZanDB4_Finalize();

@@ -58,7 +58,8 @@ void PrintToolHelp(std::span<const Command* const> commands, std::ostream& out) 
            "\n"
            "Looks into (and, with init, makes) a ZanDB4 catalogue: the folder ROOT that holds\n"
            "database/FileBasic.db. import adds files to it and commit moves what waits in\n"
-           "staging; the other commands change nothing in the catalogue, and thumb -o FILE\n"
+           "staging; upgrade, compact and backup work on its stores (backup writes beside\n"
+           "them); the other commands change nothing in the catalogue, and thumb -o FILE\n"
            "writes FILE and nothing else.\n"
            "\n"
            "commands:\n";

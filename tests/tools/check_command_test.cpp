@@ -38,9 +38,10 @@ int64_t CountOf(const JsonValue& json, const std::string& key) {
 class CheckCommand : public ::testing::Test {
 protected:
     void SetUp() override {
-        // Ids 1 and 2 are the catalogue's first two files.
-        MakeCatalogue(m_root.Path(), {CatalogueFileRow{0, "/nowhere/", "a.jpg", 1, 0, false, 0},
-                                      CatalogueFileRow{0, "/nowhere/", "b.jpg", 1, 0, false, 0}});
+        // Files 1 and 2, each in a folder of its own (the catalogue keys a
+        // file by its path), neither of which exists.
+        MakeCatalogue(m_root.Path(), {CatalogueFileRow{1, "/nowhere/a", "a.jpg", 1, 0, false, 0},
+                                      CatalogueFileRow{2, "/nowhere/b", "b.jpg", 1, 0, false, 0}});
     }
     fs::path Root() const { return m_root.Path(); }
     fs::path Database() const { return m_root.Path() / "database"; }

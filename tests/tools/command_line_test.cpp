@@ -49,16 +49,20 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_EQ(run.exitCode, 0) << option;
         EXPECT_EQ(run.err, "");
         EXPECT_TRUE(Contains(run.out, "usage: zandb4 COMMAND")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  init    make (or open) the catalogue under ROOT")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  info    list the folders and stores")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  ls      list the files of the catalogue")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  thumb   write one stored thumbnail's bytes")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  commit  move the files waiting in staging")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  tags    list the tags of the catalogue")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  albums  list the albums of the catalogue")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  import  add the pictures and movies of folders")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  stats   chart the launches per month")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  applog  show the counters and records of the application log")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  init     make (or open) the catalogue under ROOT")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  info     list the folders and stores")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  ls       list the files of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  thumb    write one stored thumbnail's bytes")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  commit   move the files waiting in staging")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  tags     list the tags of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  albums   list the albums of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  import   add the pictures and movies of folders")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  stats    chart the launches per month")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  applog   show the counters and records of the application log")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  upgrade  bring every store under ROOT to the schema")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  compact  give the free pages of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  backup   copy the database folder under ROOT aside")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  check    check every store and shard file under ROOT")) << run.out;
         for (const char* code : {"  0  success", "  1  bad usage", "  2  ROOT missing",
                                  "  3  the library could not start", "  4  the catalogue cannot be read",
                                  "  5  the output cannot be written", "  6  import stopped by Ctrl-C"})
