@@ -15,6 +15,7 @@ class CSQLiteAccessLogDB;
 class CSQLiteAsyncDB;
 class CSQLiteFaceFeaturePointDBMgr;
 class CSQLiteFileBasicDB;
+class CSQLiteGPSLogDB;
 class CSQLiteMemDB;
 class CSQLiteMetaDataDBFactory;
 class CSQLiteThumbDBMgr;
@@ -29,6 +30,9 @@ inline CSQLiteFileBasicDB* fileBasicDB = nullptr;
 // The staging store, "FileBasicAsync.db": new files and faces wait here
 // until they move into the catalogue.
 inline CSQLiteAsyncDB* asyncDB = nullptr;
+
+// The GPS track logs and their points, "Location.db".
+inline CSQLiteGPSLogDB* gpsLogDB = nullptr;
 
 // The application's keyed memos, "Memory.db".
 inline CSQLiteMemDB* memDB = nullptr;

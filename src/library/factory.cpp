@@ -20,6 +20,9 @@
 #include "faces/face_db_record.h"
 #include "faces/individual_db_record.h"
 #include "faces/individual_group_db_record.h"
+#include "gps/gps_log_db_mgr.h"
+#include "gps/gps_log_db_record.h"
+#include "gps/gps_log_file_record.h"
 #include "library/database_registry.h"
 #include "logs/access_log_mgr.h"
 #include "logs/memory_data_mgr.h"
@@ -86,9 +89,9 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4ImportDBMgr, [] () -> IUnknown* { return new CZanDB4ImportMgr(DatabaseRegistry::fileBasicDB); }},
     {&IID_IZanDB4ImportDBRecord, [] () -> IUnknown* { return new CZanDB4ImportDBRecord(); }},
     {&IID_IZanDB4MainImageCache, [] () -> IUnknown* { return new CZanDB4MainImageCache(); }},
-    {&IID_IZanDB4GPSLogDBRecord, nullptr},
-    {&IID_IZanDB4GPSLogFileRecord, nullptr},
-    {&IID_IZanDB4GPSLogDBMgr, nullptr},
+    {&IID_IZanDB4GPSLogDBRecord, [] () -> IUnknown* { return new CZanDB4GPSLogDBRecord(); }},
+    {&IID_IZanDB4GPSLogFileRecord, [] () -> IUnknown* { return new CZanDB4GPSLogFileRecord(); }},
+    {&IID_IZanDB4GPSLogDBMgr, [] () -> IUnknown* { return new CZanDB4GPSLogDBMgr(DatabaseRegistry::gpsLogDB); }},
     {&IID_IZanDB4MemoryDataMgr, [] () -> IUnknown* { return new CZanDB4MemoryDataMgr(DatabaseRegistry::memDB); }},
     {&IID_IZanDB4AccessLogDBMgr,
      [] () -> IUnknown* { return new CZanDB4AccessLogDBMgr(DatabaseRegistry::accessLogDB); }},

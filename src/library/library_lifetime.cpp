@@ -10,6 +10,7 @@
 #include "catalogue/file_basic_db.h"
 #include "faces/feature_point_mgr.h"
 #include "frame/factory.h"
+#include "gps/gps_log_db.h"
 #include "library/database_registry.h"
 #include "library/library_paths.h"
 #include "logs/access_log_db.h"
@@ -124,11 +125,10 @@ HRESULT StartLibrary(const WCHAR* root) {
 
     // The stores, in their fixed order. A store that fails to open stays in
     // the registry without a connection; its operations then answer E_FAIL.
-    // (The GPS store takes its place after staging as its class joins the
-    // library.) No shard folder is made here: each is made when its first
-    // shard is.
+    // No shard folder is made here: each is made when its first shard is.
     OpenStore(DatabaseRegistry::fileBasicDB, databaseFolder, u"FileBasic.db");
     OpenStore(DatabaseRegistry::asyncDB, databaseFolder, u"FileBasicAsync.db");
+    OpenStore(DatabaseRegistry::gpsLogDB, databaseFolder, u"Location.db");
     OpenStore(DatabaseRegistry::memDB, databaseFolder, u"Memory.db");
     OpenStore(DatabaseRegistry::accessLogDB, databaseFolder, u"UserLog.db");
     MakeThumbnailFamily(DatabaseRegistry::thumbMgr, databaseFolder, u"thumb");
@@ -184,12 +184,12 @@ extern "C" HRESULT ZanDB4_Initialize(const WCHAR* root) {
 extern "C" HRESULT ZanDB4_Finalize() {
     DatabaseRegistry::initCount = DatabaseRegistry::initCount - 1;
     if (DatabaseRegistry::initCount != 0) return S_OK;
-    // Each commit's answer replaces the flag: staging, GPS (as it joins the
-    // library) and memory data; the application log closes, then the
-    // catalogue commits. The access log is not committed here: closing it
-    // commits what it holds.
+    // Each commit's answer replaces the flag: staging, GPS and memory data;
+    // the application log closes, then the catalogue commits. The access log
+    // is not committed here: closing it commits what it holds.
     BOOL anyCommitted = 0;
     CommitStore(DatabaseRegistry::asyncDB, anyCommitted);
+    CommitStore(DatabaseRegistry::gpsLogDB, anyCommitted);
     CommitStore(DatabaseRegistry::memDB, anyCommitted);
     CommitStore(DatabaseRegistry::fileBasicDB, anyCommitted);
     BackUpAfterCommittedSession(anyCommitted);
@@ -198,11 +198,12 @@ extern "C" HRESULT ZanDB4_Finalize() {
     // and empties with each import.
     if (DatabaseRegistry::asyncDB != nullptr) DatabaseRegistry::asyncDB->Vacuum();
     CloseStore(DatabaseRegistry::asyncDB);
-    // GPS (as it joins the library), memory data and the access log close,
-    // each committing an open transaction. Then the thumbnail families close
-    // (each commits what its shards hold), then the metadata shards, then
+    // GPS, memory data and the access log close, each committing an open
+    // transaction. Then the thumbnail families close (each commits what its
+    // shards hold), then the metadata shards, then
     // the file thumbnails, and the catalogue last, because everything before
     // it may still reach it.
+    CloseStore(DatabaseRegistry::gpsLogDB);
     CloseStore(DatabaseRegistry::memDB);
     CloseStore(DatabaseRegistry::accessLogDB);
     CloseFeaturePointFamily(DatabaseRegistry::rfpMgr);
