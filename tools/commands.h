@@ -15,5 +15,8 @@ const Command& AlbumsCommand();
 const Command& ImportCommand();
 const Command& FacesCommand();
 const Command& StatsCommand();
+const Command& GpsImportCommand();
+const Command& GpsGeotagCommand();
+const Command& GpsListCommand();
 
 }  // namespace zandb4::tool

@@ -28,17 +28,20 @@ inline constexpr ExitCodeMeaning kExitCodeMeanings[] = {
     {kExitUsage,
      "bad usage: unknown command or option, missing or bad argument, bad condition; for ls also a tag or "
      "album name that the catalogue does not hold, or an album name that several albums share; for thumb "
-     "also no such thumbnail"},
+     "also no such thumbnail; for gps import also a FILE that was not imported (missing, not GPX, no usable "
+     "track point) or a track point skipped as unusable"},
     {kExitNoCatalogue,
      "ROOT missing, not a folder, or holding no catalogue (database/FileBasic.db); for import also a FOLDER "
      "missing or not a folder; for stats no usage log (database/UserLog.db)"},
     {kExitLibraryFailed,
      "the library could not start; for commit also a step of the commit failed; for import also the "
-     "catalogue refused a file or a commit (the open batch is rolled back)"},
+     "catalogue refused a file or a commit (the open batch is rolled back); for gps import and gps geotag also "
+     "the GPS log store or the catalogue refused a write or a commit"},
     {kExitUnreadable,
      "the catalogue cannot be read or made: damaged, not a catalogue, locked by another "
      "process, or of a newer major version; for thumb the shard file cannot be read; for stats the usage "
-     "log (database/UserLog.db) cannot be read"},
+     "log (database/UserLog.db) cannot be read; for gps ls the GPS log store (database/Location.db) cannot "
+     "be read"},
     {kExitCannotWrite, "the output cannot be written (thumb's -o FILE, or standard output)"},
     {kExitInterrupted,
      "import stopped by Ctrl-C (SIGINT) or SIGTERM: the batches committed before stay, the open batch was "
