@@ -309,9 +309,9 @@ TEST_F(LibraryLifetime, ReadOnlyStartOpensTheCatalogueAndChangesNothingOnDisk) {
     EXPECT_FALSE(fs::exists(m_root / "information"));
     EXPECT_EQ(fs::last_write_time(m_root / "database" / "FileBasic.db"), before);
     EXPECT_EQ(fs::file_size(m_root / "database" / "FileBasic.db"), sizeBefore);
-    // The four stores the first start made (catalogue, staging, memory data,
-    // access log), and nothing else.
-    EXPECT_EQ(std::distance(fs::directory_iterator(m_root / "database"), fs::directory_iterator()), 4);
+    // The five stores the first start made (catalogue, staging, GPS logs,
+    // memory data, access log), and nothing else.
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_root / "database"), fs::directory_iterator()), 5);
 }
 
 }  // namespace

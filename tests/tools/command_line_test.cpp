@@ -255,15 +255,17 @@ TEST(ToolCommandLine, InitAsJsonDescribesTheNewCatalogue) {
     EXPECT_EQ(folders->items[1].Find("name")->text, "information");
     EXPECT_TRUE(folders->items[1].Find("present")->boolean);
     const JsonValue& entries = *folders->items[0].Find("entries");
-    // The catalogue, and beside it the staging, memory data and usage log
-    // stores.
-    ASSERT_EQ(entries.items.size(), 4u);
+    // The catalogue, and beside it the staging, GPS log, memory data and
+    // usage log stores.
+    ASSERT_EQ(entries.items.size(), 5u);
     EXPECT_EQ(entries.items[1].Find("name")->text, "database/FileBasicAsync.db");
     EXPECT_EQ(entries.items[1].Find("kind")->text, "store");
-    EXPECT_EQ(entries.items[2].Find("name")->text, "database/Memory.db");
+    EXPECT_EQ(entries.items[2].Find("name")->text, "database/Location.db");
     EXPECT_EQ(entries.items[2].Find("kind")->text, "store");
-    EXPECT_EQ(entries.items[3].Find("name")->text, "database/UserLog.db");
+    EXPECT_EQ(entries.items[3].Find("name")->text, "database/Memory.db");
     EXPECT_EQ(entries.items[3].Find("kind")->text, "store");
+    EXPECT_EQ(entries.items[4].Find("name")->text, "database/UserLog.db");
+    EXPECT_EQ(entries.items[4].Find("kind")->text, "store");
     const JsonValue& store = entries.items[0];
     EXPECT_EQ(store.Find("name")->text, "database/FileBasic.db");
     EXPECT_EQ(store.Find("kind")->text, "store");

@@ -53,7 +53,7 @@ TEST_F(InfoCommand, JsonReportOfEveryStore) {
     ASSERT_TRUE(report) << run.out;
     EXPECT_EQ(report->Find("catalogue")->Find("state")->text, "readable");
     const JsonValue& entries = *report->Find("folders")->items[0].Find("entries");
-    ASSERT_EQ(entries.items.size(), 6u);
+    ASSERT_EQ(entries.items.size(), 7u);
     const JsonValue& broken = entries.items[0];
     EXPECT_EQ(broken.Find("name")->text, "database/Broken.db");
     EXPECT_EQ(broken.Find("kind")->text, "store");
@@ -68,10 +68,11 @@ TEST_F(InfoCommand, JsonReportOfEveryStore) {
         if (table.Find("name")->text == "file_table") files = table.Find("rows")->Integer();
     EXPECT_EQ(files, 2);
     EXPECT_EQ(entries.items[2].Find("name")->text, "database/FileBasicAsync.db");
-    EXPECT_EQ(entries.items[3].Find("name")->text, "database/Memory.db");
-    EXPECT_EQ(entries.items[4].Find("name")->text, "database/UserLog.db");
-    EXPECT_EQ(entries.items[5].Find("name")->text, "database/odd\tname.txt");
-    EXPECT_EQ(entries.items[5].Find("kind")->text, "file");
+    EXPECT_EQ(entries.items[3].Find("name")->text, "database/Location.db");
+    EXPECT_EQ(entries.items[4].Find("name")->text, "database/Memory.db");
+    EXPECT_EQ(entries.items[5].Find("name")->text, "database/UserLog.db");
+    EXPECT_EQ(entries.items[6].Find("name")->text, "database/odd\tname.txt");
+    EXPECT_EQ(entries.items[6].Find("kind")->text, "file");
 }
 
 TEST_F(InfoCommand, AnUnreadableCatalogueIsReportedAndFails) {
