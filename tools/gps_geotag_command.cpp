@@ -41,11 +41,9 @@ namespace {
 
 constexpr std::string_view kOperands[] = {"ROOT"};
 constexpr OptionSpec kOptions[] = {
-    {"--offset", "+HH:MM", false,
-     "the camera clock's offset from UTC (UTC = shooting date - offset); default: the machine's zone at each date"},
-    {"--max-gap", "SECONDS", false,
-     "the longest time between the two track points around a shooting date (default 300)"},
-    {"--dry-run", "", false, "find the positions and report them, but write nothing"},
+    {"--offset", "+HH:MM", false, "the camera clock's offset from UTC (default: the machine's zone)"},
+    {"--max-gap", "SECONDS", false, "the longest time between two track points to place a file between (300)"},
+    {"--dry-run", "", false, "find and list the positions, but write nothing"},
     {"--json", "", false, "print the outcome as one JSON object"},
 };
 
@@ -500,19 +498,19 @@ const Command& GpsGeotagCommand() {
         "all logs are then taken together in time order, and the position is the one of\n"
         "a point exactly at that moment, or else the linear interpolation of latitude\n"
         "and longitude between the two points just before and just after it, provided\n"
-        "they lie at most --max-gap seconds apart (default 300). A file before or after\n"
-        "every track point, or in a longer gap (the receiver off, or no log running), is\n"
-        "out of range and keeps no position.\n"
+        "they lie at most --max-gap seconds apart (default 300, at most 604800; 0 takes\n"
+        "points exactly at a shooting date only). A file before or after every track\n"
+        "point, or in a longer gap (the receiver off, or no log running), is out of\n"
+        "range and keeps no position.\n"
         "\n"
         "Standard output tells how many files got a position, lists those out of range\n"
         "with their shooting date and why (tab-separated), and counts the files that\n"
         "had a position and those without a shooting date. With --dry-run the catalogue\n"
         "and the log store are only read (nothing on disk changes) and the positions\n"
-        "found are listed as well. With --json the output is\n"
-        "one JSON object with every file positioned and every file out of range. The\n"
-        "positions are committed into the catalogue at the end; when the catalogue\n"
-        "refuses one, nothing is written and the exit code is 3. Progress goes to\n"
-        "standard error.",
+        "found are listed as well. With --json the output is one JSON object with every\n"
+        "file positioned and every file out of range. The positions are committed into\n"
+        "the catalogue at the end; when the catalogue refuses one, nothing is written\n"
+        "and the exit code is 3. Progress goes to standard error.",
         RunGpsGeotag,
     };
     return command;

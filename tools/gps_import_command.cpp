@@ -30,9 +30,7 @@ namespace {
 
 constexpr std::string_view kOperands[] = {"ROOT", "FILE..."};
 constexpr OptionSpec kOptions[] = {
-    {"--tz", "ZONE",
-     false, "zone of the local times stored beside UTC: UTC, +HH:MM, or a zone name such as Europe/Berlin "
-            "(default: the machine's zone)"},
+    {"--tz", "ZONE", false, "zone of the local times: UTC, +HH:MM or a name such as Europe/Berlin"},
     {"--json", "", false, "print the outcome as one JSON object"},
 };
 
@@ -463,10 +461,12 @@ const Command& GpsImportCommand() {
         "absolute path, with every track point (trkpt) of all its tracks; waypoints and\n"
         "route points are not track points. A point's moment is its time element, in UTC\n"
         "(a time without a zone is UTC); the store keeps it also in local time, in the\n"
-        "zone of --tz or else the machine's zone at that moment. The log's start and end\n"
-        "are its earliest and latest point; its state is 1 (dates kept in UTC as well),\n"
-        "its attribute word 0 and its location name empty. The file is read as a stream,\n"
-        "so its size does not matter.\n"
+        "zone of --tz (UTC, an offset such as +02:00, or a name of the system's zone\n"
+        "database such as Europe/Berlin) or else the machine's zone at that moment, with\n"
+        "summer time where the zone has it. The log's start and end are its earliest and\n"
+        "latest point; its state is 1 (dates kept in UTC as well), its attribute word 0\n"
+        "and its location name empty. The file is read as a stream, so its size does not\n"
+        "matter.\n"
         "\n"
         "A point without a time (or with one that is not a date and time), or without a\n"
         "valid position (latitude from -90 to 90, longitude from -180 to 180), is\n"
