@@ -40,8 +40,8 @@ inline constexpr ExitCodeMeaning kExitCodeMeanings[] = {
     {kExitUnreadable,
      "the catalogue cannot be read or made: damaged, not a catalogue, locked by another "
      "process, or of a newer major version; for thumb the shard file cannot be read; for stats the usage "
-     "log (database/UserLog.db) cannot be read; for gps ls the GPS log store (database/Location.db) cannot "
-     "be read"},
+     "log (database/UserLog.db) cannot be read; for gps ls and gps geotag the GPS log store (database/Location.db) "
+     "cannot be read"},
     {kExitCannotWrite, "the output cannot be written (thumb's -o FILE, or standard output)"},
     {kExitInterrupted,
      "import stopped by Ctrl-C (SIGINT) or SIGTERM: the batches committed before stay, the open batch was "

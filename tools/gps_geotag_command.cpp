@@ -183,7 +183,20 @@ public:
                 static_cast<float>(statement.ColumnDouble(gps_log_tables::kLatitude)),
                 static_cast<float>(statement.ColumnDouble(gps_log_tables::kLongitude)), timeline);
         int finalized = statement.Finalize();
-        m_code = step != SQLITE_DONE ? step : finalized;
+        // A statement that did not prepare finalizes with the prepare's code.
+        m_code = finalized != SQLITE_OK ? finalized : (step == SQLITE_DONE ? SQLITE_OK : step);
+    }
+
+    // Whether the store can be read at all, before any range is asked for:
+    // SQLite's code of counting its logs.
+    int Probe() {
+        if (m_db == nullptr) return SQLITE_OK;
+        ReadStatement statement(m_db, gps_log_tables::kCountLogFiles);
+        int step = statement.Step();
+        int finalized = statement.Finalize();
+        // A statement that did not prepare finalizes with the prepare's code.
+        m_code = finalized != SQLITE_OK ? finalized : (step == SQLITE_ROW ? SQLITE_OK : step);
+        return m_code;
     }
 
     // SQLite's code of the first failed read; SQLITE_OK when all worked.
@@ -202,10 +215,15 @@ public:
 
     // The ordinary files without a position and with a shooting date, in
     // order of their moment in UTC.
-    void CollectCandidates(std::vector<Candidate>& candidates) {
+    // False when the files could not be listed.
+    bool CollectCandidates(std::vector<Candidate>& candidates) {
         CList<IZanDB4FileDBRecord*> records;
-        // No file at all answers E_FAIL with an empty list.
-        m_files->ListFiles(nullptr, 0, &records, kLoadShortColumns);
+        // No file at all answers E_FAIL with an empty list, as a failure
+        // does: the count tells them apart.
+        if (m_files->ListFiles(nullptr, 0, &records, kLoadShortColumns) != S_OK) {
+            uint32_t count = 0;
+            return m_files->CountFiles(nullptr, &count) == S_OK && count == 0;
+        }
         const LocalZone machine = LocalZone::Machine();
         for (POSITION position = records.GetHeadPosition(); position != nullptr;) {
             ComPtr<IZanDB4FileDBRecord> record = ComPtr<IZanDB4FileDBRecord>::Adopt(records.GetNext(position));
@@ -239,6 +257,7 @@ public:
         }
         std::stable_sort(candidates.begin(), candidates.end(),
                          [](const Candidate& a, const Candidate& b) { return a.utc < b.utc; });
+        return true;
     }
 
     // Places the candidates, one range query for each run of shooting dates
@@ -432,13 +451,31 @@ int RunGpsGeotag(const Invocation& invocation) {
                 unreadableFile = location.string();
                 unreadableReason = ReasonOfCode(logStore->OpenCode(), kBusyMilliseconds);
             }
-            points = std::make_unique<StorePoints>(logStore ? logStore->Handle() : nullptr);
+            auto store = std::make_unique<StorePoints>(logStore ? logStore->Handle() : nullptr);
+            if (unreadableFile.empty()) {
+                if (int code = store->Probe(); code != SQLITE_OK) {
+                    unreadableFile = location.string();
+                    unreadableReason = ReasonOfCode(code, kBusyMilliseconds);
+                }
+            }
+            points = std::move(store);
         } else {
             points = std::make_unique<ManagerPoints>(logs.Get());
         }
         std::vector<Candidate> candidates;
         Geotagger geotagger(files.Get(), *points, offset, maxGap, dryRun, summary);
-        if (unreadableFile.empty()) geotagger.CollectCandidates(candidates);
+        if (unreadableFile.empty() && !geotagger.CollectCandidates(candidates)) {
+            unreadableFile = CatalogueFile(root).string();
+            unreadableReason = "its files cannot be listed";
+        }
+        // The range query answers E_FAIL for no log as for a failure: a log
+        // store that cannot even be counted is a failure.
+        uint32_t logPoints = 0;
+        if (unreadableFile.empty() && !dryRun && logs->GetLogDataCount(&logPoints) != S_OK) {
+            unreadableFile = (fs::path(root) / "database" / "Location.db").string();
+            unreadableReason = "the GPS log store cannot be read";
+        }
+        if (!unreadableFile.empty()) candidates.clear();
         ProgressReporter progress(invocation.err, invocation.errIsTerminal, "gps geotag", candidates.size());
         const auto start = std::chrono::steady_clock::now();
         progress.ShowRate("files", [start] {

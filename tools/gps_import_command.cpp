@@ -280,7 +280,9 @@ private:
     ProgressReporter& m_progress;
 };
 
-void PrintText(const std::vector<FileOutcome>& outcomes, std::ostream& out) {
+// files: the number of FILE operands, some of which may not have been
+// reached after a failure of the store.
+void PrintText(const std::vector<FileOutcome>& outcomes, size_t files, std::ostream& out) {
     uint64_t imported = 0, stored = 0, skipped = 0;
     for (const FileOutcome& outcome : outcomes) {
         switch (outcome.status) {
@@ -301,7 +303,7 @@ void PrintText(const std::vector<FileOutcome>& outcomes, std::ostream& out) {
                 break;
         }
     }
-    out << "imported " << imported << " of " << outcomes.size() << " files: " << stored << " points stored, "
+    out << "imported " << imported << " of " << files << " files: " << stored << " points stored, "
         << skipped << " skipped\n";
 }
 
@@ -436,7 +438,7 @@ int RunGpsImport(const Invocation& invocation) {
     if (invocation.Has("--json"))
         PrintJson(root, *zone, outcomes, invocation.out);
     else
-        PrintText(outcomes, invocation.out);
+        PrintText(outcomes, files.size(), invocation.out);
     if (failure.result != S_OK)
         return report.Fail(kExitLibraryFailed, failure.file,
                            failure.step + ": " + DescribeResult(failure.result) +

@@ -52,12 +52,17 @@ struct LogRow {
     int64_t points = 0;
 };
 
+// SQLite's code of a statement's run from its last step and its finalize:
+// a statement that did not prepare finalizes with the prepare's code.
+int Outcome(int step, int finalized) {
+    return finalized != SQLITE_OK ? finalized : (step == SQLITE_DONE ? SQLITE_OK : step);
+}
+
 // Runs a statement that gives no rows; SQLite's code.
 int Execute(sqlite3* db, const WCHAR* sql) {
     ReadStatement statement(db, sql);
     int step = statement.Step();
-    int finalized = statement.Finalize();
-    return step == SQLITE_DONE ? finalized : step;
+    return Outcome(step, statement.Finalize());
 }
 
 // Reads the logs; SQLite's code of the first failure, SQLITE_OK when read.
@@ -70,8 +75,7 @@ int ReadLogs(sqlite3* db, std::vector<LogRow>& logs) {
         int step = SQLITE_ROW;
         while ((step = statement.Step()) == SQLITE_ROW)
             counts[static_cast<uint64_t>(statement.ColumnInt64(0))] = statement.ColumnInt64(1);
-        int finalized = statement.Finalize();
-        code = step != SQLITE_DONE ? step : finalized;
+        code = Outcome(step, statement.Finalize());
     }
     if (code == SQLITE_OK) {
         ReadStatement statement(db, kSelectLogsInOrder);
@@ -92,8 +96,7 @@ int ReadLogs(sqlite3* db, std::vector<LogRow>& logs) {
             log.points = counted == counts.end() ? 0 : counted->second;
             logs.push_back(std::move(log));
         }
-        int finalized = statement.Finalize();
-        code = step != SQLITE_DONE ? step : finalized;
+        code = Outcome(step, statement.Finalize());
     }
     // A read-only transaction ends the same whether the reads worked or not.
     int ended = Execute(db, kCommit);

@@ -301,6 +301,24 @@ TEST_F(GpsCommand, AMissingRootOrABadZoneIsReportedBeforeAnythingIsRead) {
     EXPECT_EQ(Count(Location(), "SELECT COUNT(*) FROM gps_log_file"), 0);
 }
 
+TEST_F(GpsCommand, ALogStoreThatIsNoDatabaseIsNamedByImportAndLs) {
+    MakeCatalogue({});
+    zandb4::testing::WriteFile(Location(), std::string(8192, 'x'));
+    const std::string file = WriteTrack("morning.gpx", Gpx({kMorning}));
+    ToolRun import = RunZandb4({"gps", "import", Root(), file});
+    EXPECT_EQ(import.exitCode, 3);
+    EXPECT_TRUE(Contains(import.err, "zandb4 gps import: " + file + ": the store did not take the log: E_FAIL"))
+        << import.err;
+    EXPECT_TRUE(Contains(import.out, "imported 0 of 1 files")) << import.out;
+    ToolRun listed = RunZandb4({"gps", "ls", Root()});
+    EXPECT_EQ(listed.exitCode, 4);
+    EXPECT_EQ(listed.out, "");
+    EXPECT_EQ(listed.err, "zandb4 gps ls: " + Location().string() + ": not a database (the file is not an SQLite file)\n");
+    std::ifstream stored(Location(), std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stored), std::istreambuf_iterator<char>()),
+              std::string(8192, 'x'));
+}
+
 // The largest resident size in KB of the tool's run, measured in a child
 // process of its own so that no other run counts.
 long PeakKilobytesOf(const std::vector<std::string>& arguments, int& exitCode) {
@@ -491,6 +509,19 @@ TEST_F(GpsGeotag, ADryRunReportsThePositionsAndWritesNothing) {
     ExpectPosition(1, 0, 0);
     ExpectPosition(2, 0, 0);
     EXPECT_EQ(zandb4::testing::TreeDifference(before, zandb4::testing::SnapshotTree(m_root.Path())), "");
+}
+
+TEST_F(GpsGeotag, ALogStoreThatCannotBeReadIsReportedAndNothingIsWritten) {
+    zandb4::testing::WriteFile(Location(), std::string(8192, 'x'));
+    for (bool dryRun : {true, false}) {
+        std::vector<std::string> arguments = {"gps", "geotag", Root(), "--offset", "+02:00"};
+        if (dryRun) arguments.push_back("--dry-run");
+        ToolRun run = RunZandb4(arguments);
+        EXPECT_EQ(run.exitCode, 4) << run.err;
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.err.rfind("zandb4 gps geotag: " + Location().string() + ": ", 0), 0u) << run.err;
+        ExpectPosition(1, 0, 0);
+    }
 }
 
 TEST_F(GpsGeotag, BadOffsetsAndGapsAreUsageErrors) {
