@@ -345,26 +345,32 @@ long PeakKilobytesOf(const std::vector<std::string>& arguments, int& exitCode) {
     return values[0];
 }
 
+// A GPX file of 2,000 points, each with a description of that many bytes,
+// written piece by piece.
+void WriteManyPoints(const fs::path& file, size_t descriptionBytes) {
+    std::ofstream out(file, std::ios::binary);
+    out << kGpxHead << "<trk><trkseg>\n";
+    const std::string description(descriptionBytes, 'd');
+    for (int i = 0; i < 2000; ++i) {
+        char time[32];
+        std::snprintf(time, sizeof time, "2021-08-01T%02d:%02d:%02dZ", i / 3600, i / 60 % 60, i % 60);
+        out << "<trkpt lat=\"45." << i << "\" lon=\"7\"><desc>" << description << "</desc><time>" << time
+            << "</time></trkpt>\n";
+    }
+    out << "</trkseg></trk></gpx>\n";
+}
+
 TEST_F(GpsCommand, AFiftyMegabyteFileIsReadAsAStream) {
     MakeCatalogue({});
-    // 2,000 points with 25 KB of description each, written piece by piece.
+    // The same 2,000 points twice: with 25 KB of description each, and with
+    // none, so that the two runs differ only in the bytes read.
     const fs::path big = m_tracks / "big.gpx";
-    {
-        std::ofstream out(big, std::ios::binary);
-        out << kGpxHead << "<trk><trkseg>\n";
-        const std::string description(25000, 'd');
-        for (int i = 0; i < 2000; ++i) {
-            char time[32];
-            std::snprintf(time, sizeof time, "2021-08-01T%02d:%02d:%02dZ", i / 3600, i / 60 % 60, i % 60);
-            out << "<trkpt lat=\"45." << i << "\" lon=\"7\"><desc>" << description << "</desc><time>" << time
-                << "</time></trkpt>\n";
-        }
-        out << "</trkseg></trk></gpx>\n";
-    }
+    const fs::path small = m_tracks / "small.gpx";
+    WriteManyPoints(big, 25000);
+    WriteManyPoints(small, 0);
     ASSERT_GT(fs::file_size(big), 50u * 1000 * 1000);
-    const std::string small = WriteTrack("small.gpx", Gpx({kMorning}));
     int smallExit = -1, bigExit = -1;
-    const long smallPeak = PeakKilobytesOf({"gps", "import", Root(), small}, smallExit);
+    const long smallPeak = PeakKilobytesOf({"gps", "import", Root(), small.string()}, smallExit);
     const long bigPeak = PeakKilobytesOf({"gps", "import", Root(), big.string()}, bigExit);
     EXPECT_EQ(smallExit, 0);
     EXPECT_EQ(bigExit, 0);
@@ -372,6 +378,8 @@ TEST_F(GpsCommand, AFiftyMegabyteFileIsReadAsAStream) {
     // Holding the file would take 50 MB more than the small import.
     EXPECT_LT(bigPeak - smallPeak, 20 * 1024) << smallPeak << " KB, then " << bigPeak << " KB";
     EXPECT_EQ(Count(Location(), "SELECT COUNT(*) FROM gps_log_data WHERE log_file_id=2"), 2000);
+    EXPECT_EQ(Count(Location(), "SELECT end_date_utc FROM gps_log_file WHERE log_file_id=2"),
+              Packed(2021, 8, 1, 0, 33, 19));
 }
 
 TEST_F(GpsCommand, LsListsTheLogsWithTheirSpansAndPoints) {
