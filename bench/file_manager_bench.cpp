@@ -14,23 +14,30 @@
 // connection traced, and the two statement sequences must be the same text
 // in the same order; the plain benchmarks refuse to run otherwise.
 //
-// Counters: files/s or lookups/s, lib/raw (the library's rate over the plain
-// program's, from the benchmark that ran just before), growth (time per
+// Counters: files/s or lookups/s (by the wall clock), lib/raw (the library's
+// rate over the plain program's, repetition k of the library against
+// repetition k of the plain program that ran just after it), lib/raw_cpu
+// (the same by the thread's CPU time, which the other work of a shared
+// machine disturbs far less than the wall clock), growth_cpu (CPU time per
 // lookup over that at 10 000 files) and, for the library's import,
-// peak_rss_MB, the process's peak resident memory after it (ru_maxrss; the
-// imports run smallest first, so at 1 000 000 it is that import's peak).
-// Each size's catalogues are built once, by its import benchmarks, and
-// removed when the next size starts.
+// peak_rss_MB, the peak resident memory of the process during that import
+// alone (the kernel's high-water mark is reset before it; where it cannot
+// be, the process's peak so far).
+// Every repetition of an import starts again from empty stores, so each one
+// imports the whole size; the last one leaves the catalogues the lookups of
+// that size use. They are removed when the next size starts.
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 #include <stdlib.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <random>
@@ -109,7 +116,30 @@ std::string MakeTempRoot(const char* what) {
     return pattern;
 }
 
+// The thread's CPU time in seconds.
+double ThreadCpuSeconds() {
+    timespec now{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+// Sets the kernel's peak resident memory of this process back to what it
+// holds now, so that the next reading is the peak of what follows. False
+// where the kernel does not offer it.
+bool ResetPeakResident() {
+    std::ofstream clear("/proc/self/clear_refs");
+    clear << "5";
+    clear.flush();
+    return clear.good();
+}
+
+// The peak resident memory since the last reset (VmHWM), or the process's
+// peak so far (ru_maxrss) when that cannot be read.
 double PeakResidentMegabytes() {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind("VmHWM:", 0) == 0) return std::strtod(line.c_str() + 6, nullptr) / 1024.0;
     struct rusage usage {};
     ::getrusage(RUSAGE_SELF, &usage);
     return static_cast<double>(usage.ru_maxrss) / 1024.0;
@@ -730,10 +760,18 @@ struct Catalogues {
 };
 
 Catalogues g_current;
-// Seconds per operation of the library's run just before, for lib/raw, and
-// per lookup at the smallest size, for growth.
-std::map<std::string, double> g_librarySeconds;
-std::map<std::string, double> g_smallestSeconds;
+// Seconds per operation, wall clock and CPU, of each repetition of the
+// library's runs, for lib/raw; the plain program's repetitions count off
+// against them in order. And CPU seconds per lookup of each repetition at
+// the smallest size, for growth.
+struct Timing {
+    double wall = 0;
+    double cpu = 0;
+};
+std::map<std::string, std::vector<Timing>> g_librarySeconds;
+std::map<std::string, size_t> g_plainRepetitions;
+std::map<std::string, std::vector<double>> g_smallestCpuSeconds;
+std::map<std::string, size_t> g_growthRepetitions;
 
 void RemoveCatalogues() {
     StopLibrary();
@@ -759,6 +797,18 @@ bool SwitchTo(int64_t files) {
     return PrepareEmptyRoot(g_current.libraryRoot, files) && PrepareEmptyRoot(g_current.plainRoot, files);
 }
 
+// Throws away the built catalogue of one side of the current size and makes
+// its stores empty again, for another repetition of its import.
+bool RemakeSide(bool library) {
+    StopLibrary();
+    std::string& root = library ? g_current.libraryRoot : g_current.plainRoot;
+    if (!library) g_current.plain.reset();
+    fs::remove_all(root);
+    root = MakeTempRoot(library ? "lib" : "raw");
+    (library ? g_current.libraryBuilt : g_current.plainBuilt) = false;
+    return PrepareEmptyRoot(root, g_current.files);
+}
+
 bool EnsureLibraryCatalogue(int64_t files) {
     if (!SwitchTo(files)) return false;
     if (!StartLibrary(g_current.libraryRoot)) return false;
@@ -779,20 +829,26 @@ bool EnsurePlainCatalogue(int64_t files) {
 }
 
 void ReportRate(benchmark::State& state, const std::string& name, bool library, const char* unit, double count,
-                double seconds) {
-    double perOperation = seconds / count;
-    state.counters[unit] = benchmark::Counter(count / seconds);
+                Timing seconds) {
+    Timing perOperation{seconds.wall / count, seconds.cpu / count};
+    state.counters[unit] = benchmark::Counter(count / seconds.wall);
     std::string key = name + "/" + std::to_string(state.range(0));
     if (library) {
-        g_librarySeconds[key] = perOperation;
+        g_librarySeconds[key].push_back(perOperation);
     } else if (g_librarySeconds.count(key) != 0) {
-        state.counters["lib/raw"] = (1.0 / g_librarySeconds[key]) / (1.0 / perOperation);
+        const std::vector<Timing>& runs = g_librarySeconds[key];
+        const Timing& paired = runs[std::min(g_plainRepetitions[key]++, runs.size() - 1)];
+        state.counters["lib/raw"] = perOperation.wall / paired.wall;
+        state.counters["lib/raw_cpu"] = perOperation.cpu / paired.cpu;
     }
     if (std::string(unit) == "lookups/s") {
-        std::string smallest = name + (library ? "/lib" : "/raw");
-        if (state.range(0) == kSizes[0]) g_smallestSeconds[smallest] = perOperation;
-        if (g_smallestSeconds.count(smallest) != 0)
-            state.counters["growth"] = perOperation / g_smallestSeconds[smallest];
+        std::string side = name + (library ? "/lib" : "/raw");
+        std::vector<double>& smallest = g_smallestCpuSeconds[side];
+        if (state.range(0) == kSizes[0]) smallest.push_back(perOperation.cpu);
+        if (!smallest.empty()) {
+            size_t repetition = g_growthRepetitions[side + "/" + std::to_string(state.range(0))]++;
+            state.counters["growth_cpu"] = perOperation.cpu / smallest[std::min(repetition, smallest.size() - 1)];
+        }
     }
 }
 
@@ -806,24 +862,33 @@ void BM_Import(benchmark::State& state, bool library) {
     CheckSequences();
     if (!library && !g_sequence.same) return state.SkipWithError("the plain program does not match the library");
     int64_t files = state.range(0);
-    double seconds = 0;
+    Timing seconds;
+    bool peakReset = false;
     for (auto _ : state) {
         // The stores are made and opened before the clock starts: only the
         // import is timed.
         if (!SwitchTo(files)) return state.SkipWithError("the stores could not be made");
+        if ((library ? g_current.libraryBuilt : g_current.plainBuilt) && !RemakeSide(library))
+            return state.SkipWithError("the stores could not be made again");
         if (library && !StartLibrary(g_current.libraryRoot)) return state.SkipWithError("the library does not start");
         if (!library && !g_current.plain) {
             g_current.plain = std::make_unique<PlainCatalogue>(g_current.plainRoot);
             if (!g_current.plain->Open()) return state.SkipWithError("the stores do not open");
         }
+        if (library) peakReset = ResetPeakResident();
         Clock::time_point begin = Clock::now();
+        double cpuBegin = ThreadCpuSeconds();
         bool built = library ? EnsureLibraryCatalogue(files) : EnsurePlainCatalogue(files);
-        seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-        state.SetIterationTime(seconds);
+        seconds.cpu = ThreadCpuSeconds() - cpuBegin;
+        seconds.wall = std::chrono::duration<double>(Clock::now() - begin).count();
+        state.SetIterationTime(seconds.wall);
         if (!built) return state.SkipWithError("the import failed");
     }
     ReportRate(state, "import", library, "files/s", static_cast<double>(files), seconds);
-    if (library) state.counters["peak_rss_MB"] = PeakResidentMegabytes();
+    if (library) {
+        state.counters["peak_rss_MB"] = PeakResidentMegabytes();
+        if (!peakReset) state.SetLabel("peak since the process began");
+    }
 }
 
 // Lookups of files drawn with a fixed seed.
@@ -845,6 +910,7 @@ void BM_GetFile(benchmark::State& state, bool library) {
     size_t next = 0;
     int64_t missing = 0;
     Clock::time_point begin = Clock::now();
+    double cpuBegin = ThreadCpuSeconds();
     for (auto _ : state) {
         uint64_t id = static_cast<uint64_t>(drawn[next++ % drawn.size()]) + 1;
         if (library) {
@@ -855,7 +921,7 @@ void BM_GetFile(benchmark::State& state, bool library) {
             ++missing;
         }
     }
-    double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    Timing seconds{std::chrono::duration<double>(Clock::now() - begin).count(), ThreadCpuSeconds() - cpuBegin};
     if (missing != 0) return state.SkipWithError("a file was not found");
     ReportRate(state, "getfile", library, "lookups/s", static_cast<double>(state.iterations()), seconds);
 }
@@ -869,6 +935,7 @@ void BM_FindFileByPath(benchmark::State& state, bool library) {
     size_t next = 0;
     int64_t missing = 0;
     Clock::time_point begin = Clock::now();
+    double cpuBegin = ThreadCpuSeconds();
     for (auto _ : state) {
         const CZanTString& path = paths[next++ % paths.size()];
         uint64_t id = 0;
@@ -879,7 +946,7 @@ void BM_FindFileByPath(benchmark::State& state, bool library) {
         }
         if (id == 0) ++missing;
     }
-    double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    Timing seconds{std::chrono::duration<double>(Clock::now() - begin).count(), ThreadCpuSeconds() - cpuBegin};
     if (missing != 0) return state.SkipWithError("a path was not found");
     ReportRate(state, "findbypath", library, "lookups/s", static_cast<double>(state.iterations()), seconds);
 }
@@ -907,6 +974,7 @@ void BM_ListFilesOfDay(benchmark::State& state, bool library) {
     RowValues values;
     int64_t rows = 0;
     Clock::time_point begin = Clock::now();
+    double cpuBegin = ThreadCpuSeconds();
     for (auto _ : state) {
         if (library) {
             CList<IZanDB4FileDBRecord*> list;
@@ -916,7 +984,7 @@ void BM_ListFilesOfDay(benchmark::State& state, bool library) {
             rows = g_current.plain->ListFiles(sql, values);
         }
     }
-    double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    Timing seconds{std::chrono::duration<double>(Clock::now() - begin).count(), ThreadCpuSeconds() - cpuBegin};
     node->Release();
     if (rows != kFilesPerDay) return state.SkipWithError("the day does not hold its files");
     state.counters["files_in_day"] = static_cast<double>(rows);

@@ -211,8 +211,12 @@ void RangeQuery(benchmark::State& state, bool month) {
         benchmark::Counter(static_cast<double>(returned) * static_cast<double>(state.iterations()) / seconds);
 }
 
-void BM_GpsRangeOneHour(benchmark::State& state) { RangeQuery(state, false); }
-void BM_GpsRangeOneMonth(benchmark::State& state) { RangeQuery(state, true); }
+void BM_GpsRangeOneHour(benchmark::State& state) {
+    RangeQuery(state, false);
+}
+void BM_GpsRangeOneMonth(benchmark::State& state) {
+    RangeQuery(state, true);
+}
 
 // Size by size: the import builds the store that the queries then read.
 int RegisterAll() {

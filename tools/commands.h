@@ -15,6 +15,7 @@ const Command& AlbumsCommand();
 const Command& ImportCommand();
 const Command& FacesCommand();
 const Command& StatsCommand();
+const Command& AppLogCommand();
 const Command& GpsImportCommand();
 const Command& GpsGeotagCommand();
 const Command& GpsListCommand();

@@ -32,7 +32,8 @@ inline constexpr ExitCodeMeaning kExitCodeMeanings[] = {
      "track point) or a track point skipped as unusable"},
     {kExitNoCatalogue,
      "ROOT missing, not a folder, or holding no catalogue (database/FileBasic.db); for import also a FOLDER "
-     "missing or not a folder; for stats no usage log (database/UserLog.db)"},
+     "missing or not a folder; for stats no usage log (database/UserLog.db); for applog no application log "
+     "(information/appcahce.db)"},
     {kExitLibraryFailed,
      "the library could not start; for commit also a step of the commit failed; for import also the "
      "catalogue refused a file or a commit (the open batch is rolled back); for gps import and gps geotag also "
@@ -40,8 +41,8 @@ inline constexpr ExitCodeMeaning kExitCodeMeanings[] = {
     {kExitUnreadable,
      "the catalogue cannot be read or made: damaged, not a catalogue, locked by another "
      "process, or of a newer major version; for thumb the shard file cannot be read; for stats the usage "
-     "log (database/UserLog.db) cannot be read; for gps ls and gps geotag the GPS log store (database/Location.db) "
-     "cannot be read"},
+     "log (database/UserLog.db) cannot be read; for applog the application log (information/appcahce.db) "
+     "cannot be read; for gps ls and gps geotag the GPS log store (database/Location.db) cannot be read"},
     {kExitCannotWrite, "the output cannot be written (thumb's -o FILE, or standard output)"},
     {kExitInterrupted,
      "import stopped by Ctrl-C (SIGINT) or SIGTERM: the batches committed before stay, the open batch was "

@@ -127,7 +127,7 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
     };
     auto findOrMake = [&](FileRecordCache* cache) {
         IZanDB4FileDBRecord* live = nullptr;
-        if (cache != nullptr && cache->Find(fileId, &live)) {
+        if (cache != nullptr && cache->FindHeld(fileId, &live)) {
             // The live record is refreshed by the row; ReadFields keeps every
             // field the record already holds, a client's change included.
             if (mask != 0) {
@@ -145,7 +145,7 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
         if (result != S_OK) return;
         made->SetFileID(fileId);
         if (mask != 0) read(*static_cast<CZanDB4FileDBRecord*>(made));
-        if (cache != nullptr) cache->Add(fileId, made);
+        if (cache != nullptr) cache->AddHeld(fileId, made);
         *outRecord = made;
     };
     // Without a cache (the library is shutting down) a record is still made.

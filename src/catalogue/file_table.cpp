@@ -18,51 +18,57 @@ bool Flag(const Statement& row, int column) { return row.ColumnInt64(column) != 
 
 FileRowValues ReadRow(const Statement& row, int firstColumn) {
     auto at = [firstColumn](Column column) { return firstColumn + column; };
-    FileRowValues values;
-    values.fileId = static_cast<uint64_t>(row.ColumnInt64(at(kFileId)));
-    values.filePath = row.ColumnText(at(kFilePath));
-    values.diskVsn = Column32(row, at(kDiskVsn));
-    values.fileName = row.ColumnText(at(kFileName));
-    values.fileFormat = Column32(row, at(kFileFormat));
-    values.shootingDate = row.ColumnInt64(at(kShootingDate));
-    values.latitude = row.ColumnDouble(at(kGpsLatitude));
-    values.longitude = row.ColumnDouble(at(kGpsLongitude));
-    values.fileAttributes = Column32(row, at(kFileAttributes));
-    values.thumbnailSize = Column32(row, at(kThumbnailSize));
-    values.thumbnailOrientation = Column32(row, at(kThumbnailOrientation));
-    values.didEdit = Flag(row, at(kDidEdit));
-    values.isFavorite = Flag(row, at(kIsFavorite));
-    values.didDetectFace = Flag(row, at(kDidDetectFace));
-    values.albumId = static_cast<uint64_t>(row.ColumnInt64(at(kAlbumId)));
-    values.manage = Column32(row, at(kManage));
-    values.parentId = static_cast<uint64_t>(row.ColumnInt64(at(kParentId)));
-    values.parentShootingDate = row.ColumnInt64(at(kParentShootingDate));
-    values.uploadFlag = Flag(row, at(kUploadFlag));
-    values.classifyId = Column32(row, at(kClassifyId));
-    return values;
+    // Each member is made from its column in place, texts included.
+    return FileRowValues{
+        .fileId = static_cast<uint64_t>(row.ColumnInt64(at(kFileId))),
+        .filePath = row.ColumnText(at(kFilePath)),
+        .diskVsn = Column32(row, at(kDiskVsn)),
+        .fileName = row.ColumnText(at(kFileName)),
+        .fileFormat = Column32(row, at(kFileFormat)),
+        .shootingDate = row.ColumnInt64(at(kShootingDate)),
+        .latitude = row.ColumnDouble(at(kGpsLatitude)),
+        .longitude = row.ColumnDouble(at(kGpsLongitude)),
+        .fileAttributes = Column32(row, at(kFileAttributes)),
+        .thumbnailSize = Column32(row, at(kThumbnailSize)),
+        .thumbnailOrientation = Column32(row, at(kThumbnailOrientation)),
+        .didEdit = Flag(row, at(kDidEdit)),
+        .isFavorite = Flag(row, at(kIsFavorite)),
+        .didDetectFace = Flag(row, at(kDidDetectFace)),
+        .albumId = static_cast<uint64_t>(row.ColumnInt64(at(kAlbumId))),
+        .manage = Column32(row, at(kManage)),
+        .parentId = static_cast<uint64_t>(row.ColumnInt64(at(kParentId))),
+        .parentShootingDate = row.ColumnInt64(at(kParentShootingDate)),
+        .uploadFlag = Flag(row, at(kUploadFlag)),
+        .classifyId = Column32(row, at(kClassifyId)),
+    };
 }
 
 FileRowValues ReadShortRow(const Statement& row) {
-    FileRowValues values;
-    values.fileId = static_cast<uint64_t>(row.ColumnInt64(kShortFileId));
-    values.filePath = row.ColumnText(kShortFilePath);
-    values.diskVsn = Column32(row, kShortDiskVsn);
-    values.fileFormat = Column32(row, kShortFileFormat);
-    values.shootingDate = row.ColumnInt64(kShortShootingDate);
-    values.latitude = row.ColumnDouble(kShortGpsLatitude);
-    values.longitude = row.ColumnDouble(kShortGpsLongitude);
-    values.thumbnailSize = Column32(row, kShortThumbnailSize);
-    values.thumbnailOrientation = Column32(row, kShortThumbnailOrientation);
-    values.didEdit = Flag(row, kShortDidEdit);
-    values.isFavorite = Flag(row, kShortIsFavorite);
-    values.albumId = static_cast<uint64_t>(row.ColumnInt64(kShortAlbumId));
-    values.manage = Column32(row, kShortManage);
-    values.parentId = static_cast<uint64_t>(row.ColumnInt64(kShortParentId));
-    values.uploadFlag = Flag(row, kShortUploadFlag);
-    // The short read keeps only whether there is a class; the full read keeps
-    // its low 8 bits. Callers rely on the difference.
-    values.classifyId = Flag(row, kShortClassifyId) ? 1 : 0;
-    return values;
+    // The fields the short row does not hold stay at their defaults.
+    return FileRowValues{
+        .fileId = static_cast<uint64_t>(row.ColumnInt64(kShortFileId)),
+        .filePath = row.ColumnText(kShortFilePath),
+        .diskVsn = Column32(row, kShortDiskVsn),
+        .fileName = CZanTString(),
+        .fileFormat = Column32(row, kShortFileFormat),
+        .shootingDate = row.ColumnInt64(kShortShootingDate),
+        .latitude = row.ColumnDouble(kShortGpsLatitude),
+        .longitude = row.ColumnDouble(kShortGpsLongitude),
+        .fileAttributes = 0,
+        .thumbnailSize = Column32(row, kShortThumbnailSize),
+        .thumbnailOrientation = Column32(row, kShortThumbnailOrientation),
+        .didEdit = Flag(row, kShortDidEdit),
+        .isFavorite = Flag(row, kShortIsFavorite),
+        .didDetectFace = false,
+        .albumId = static_cast<uint64_t>(row.ColumnInt64(kShortAlbumId)),
+        .manage = Column32(row, kShortManage),
+        .parentId = static_cast<uint64_t>(row.ColumnInt64(kShortParentId)),
+        .parentShootingDate = 0,
+        .uploadFlag = Flag(row, kShortUploadFlag),
+        // The short read keeps only whether there is a class; the full read
+        // keeps its low 8 bits. Callers rely on the difference.
+        .classifyId = Flag(row, kShortClassifyId) ? 1u : 0u,
+    };
 }
 
 void BindInsert(Statement& insert, const FileRowValues& row) {

@@ -12,15 +12,21 @@
 // library. A thread holding a store's lock may take it; a thread holding it
 // takes no store lock it does not already hold.
 //
+// The map is a FileIdTable (frame/file_id_table.h) rather than a tree: a
+// search that turns ten thousand rows into records adds and later removes
+// ten thousand entries, and the table does that without a node to allocate
+// and free per entry and without a walk down a deep tree, so the cost per
+// row stays the same whatever the number of live records.
+//
 // The class is a template over the record type only so that tests can use a
 // small stand-in record; the library uses FileRecordCache.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 
 #include "frame/critical_section.h"
+#include "frame/file_id_table.h"
 #include "zandb4/records.h"
 
 namespace zandb4 {
@@ -39,11 +45,7 @@ public:
     bool Find(uint64_t id, Record** out) {
         if (id == 0) return false;
         CriticalSectionGuard guard(m_lock);
-        auto found = m_map.find(id);
-        if (found == m_map.end() || found->second == nullptr) return false;
-        found->second->AddRef();
-        *out = found->second;
-        return true;
+        return FindHeld(id, out);
     }
 
     // A null record or id 0 stores nothing and answers false. An id already
@@ -52,9 +54,7 @@ public:
     bool Add(uint64_t id, Record* record) {
         if (id == 0 || record == nullptr) return false;
         CriticalSectionGuard guard(m_lock);
-        record->AddRef();
-        m_map.emplace(id, record);
-        return true;
+        return AddHeld(id, record);
     }
 
     // Makes record the live record of id unless one is stored already, which
@@ -74,10 +74,29 @@ public:
     bool Remove(uint64_t id) {
         if (id == 0) return false;
         CriticalSectionGuard guard(m_lock);
-        auto found = m_map.find(id);
-        if (found == m_map.end()) return false;
-        Record* record = found->second;
-        m_map.erase(found);
+        return RemoveHeld(id);
+    }
+
+    // Find, Add and Remove for a caller that holds the cache's lock already,
+    // as the work that Use runs does: the same, without taking the lock a
+    // second time. A search calls them once per row.
+    bool FindHeld(uint64_t id, Record** out) {
+        if (id == 0) return false;
+        Record* found = m_map.Find(id);
+        if (found == nullptr) return false;
+        found->AddRef();
+        *out = found;
+        return true;
+    }
+    bool AddHeld(uint64_t id, Record* record) {
+        if (id == 0 || record == nullptr) return false;
+        record->AddRef();
+        m_map.Insert(id, record);
+        return true;
+    }
+    bool RemoveHeld(uint64_t id) {
+        if (id == 0) return false;
+        Record* record = m_map.Erase(id);
         if (record == nullptr) return false;
         record->SetFileID(0);
         record->Release();
@@ -86,13 +105,13 @@ public:
 
     void Clear() {
         CriticalSectionGuard guard(m_lock);
-        std::map<uint64_t, Record*> entries;
-        entries.swap(m_map);
-        for (auto& [id, record] : entries) {
-            if (record == nullptr) continue;
+        // Taken out first: a record released here finds the cache empty.
+        FileIdTable<Record> entries;
+        entries.Swap(m_map);
+        entries.ForEach([](uint64_t, Record* record) {
             record->SetFileID(0);
             record->Release();
-        }
+        });
     }
 
     ULONG AddRef() { return static_cast<ULONG>(++m_refCount); }
@@ -113,7 +132,7 @@ public:
 
     size_t Size() {
         CriticalSectionGuard guard(m_lock);
-        return m_map.size();
+        return m_map.Size();
     }
 
     CCriticalSection& Lock() { return m_lock; }
@@ -155,10 +174,9 @@ public:
         Use(registrySlot, [&](FileRecordCacheOf& cache) {
             // Only while the cache holds this very record is it sure to be
             // alive; its count is read after that.
-            auto found = cache.m_map.find(fileId);
-            if (found == cache.m_map.end() || found->second != record) return;
+            if (cache.m_map.Find(fileId) != record) return;
             if (currentCount() != 1) return;
-            removed = cache.Remove(fileId);
+            removed = cache.RemoveHeld(fileId);
         });
         return removed;
     }
@@ -166,7 +184,7 @@ public:
 private:
     ~FileRecordCacheOf() = default;
 
-    std::map<uint64_t, Record*> m_map;
+    FileIdTable<Record> m_map;
     CCriticalSection m_lock;
     std::atomic<int32_t> m_refCount{1};
     FileRecordCacheOf** m_registrySlot;

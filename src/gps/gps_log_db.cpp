@@ -13,14 +13,16 @@ namespace {
 
 // Whether a count probe on a column prepares and gives a row: the column is
 // there.
-bool ProbeFindsColumn(Statement& probe) { return probe.IsPrepared() && probe.Step() == SQLITE_ROW; }
+bool ProbeFindsColumn(Statement& probe) {
+    return probe.IsPrepared() && probe.Step() == SQLITE_ROW;
+}
 
 }  // namespace
 
 HRESULT CSQLiteGPSLogDB::CreateTables() {
     if (CSQLiteDBBase::CreateTables() != S_OK) return E_FAIL;
     const WCHAR* const statements[] = {
-        tables::kCreateLogFile,           tables::kCreateLogFilePathIndex,   tables::kCreateLogData,
+        tables::kCreateLogFile,          tables::kCreateLogFilePathIndex,   tables::kCreateLogData,
         tables::kCreateLogDataFileIndex, tables::kCreateLogDataUniqueIndex,
     };
     for (const WCHAR* statement : statements)
@@ -58,8 +60,8 @@ HRESULT CSQLiteGPSLogDB::UpgradeTables() {
 
 bool CSQLiteGPSLogDB::RevertPartialUpgrade() {
     bool allColumns = true;
-    const WCHAR* const logFileColumns[] = {tables::kStateColumn, tables::kStartDateUtcColumn,
-                                           tables::kEndDateUtcColumn, tables::kLogLocationNameColumn};
+    const WCHAR* const logFileColumns[] = {tables::kStateColumn, tables::kStartDateUtcColumn, tables::kEndDateUtcColumn,
+                                           tables::kLogLocationNameColumn};
     if (!zandb4::HasColumn(*this, tables::kLogDataTable, tables::kDateUtcColumn)) allColumns = false;
     for (const WCHAR* column : logFileColumns)
         if (!zandb4::HasColumn(*this, tables::kLogFileTable, column)) allColumns = false;

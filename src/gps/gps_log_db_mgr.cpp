@@ -73,8 +73,7 @@ HRESULT CZanDB4GPSLogDBMgr::FindLogFilesByPath(const WCHAR* path, CList<IZanDB4G
     });
 }
 
-HRESULT CZanDB4GPSLogDBMgr::FindLogFilesByAttributes(uint32_t attributes,
-                                                     CList<IZanDB4GPSLogFileRecord*>* outList) {
+HRESULT CZanDB4GPSLogDBMgr::FindLogFilesByAttributes(uint32_t attributes, CList<IZanDB4GPSLogFileRecord*>* outList) {
     if (outList == nullptr) return E_INVALIDARG;
     return Locked([&](CSQLiteGPSLogDB& store) {
         Statement select(store.m_db, tables::kSelectLogFilesByAttributes);

@@ -3,7 +3,9 @@
 
 #include "frame/deliver.h"
 
-HRESULT CZanDB4GPSLogDBRecord::GetID(uint64_t* outId) { return zandb4::Deliver(outId, m_id); }
+HRESULT CZanDB4GPSLogDBRecord::GetID(uint64_t* outId) {
+    return zandb4::Deliver(outId, m_id);
+}
 
 HRESULT CZanDB4GPSLogDBRecord::SetLogFileID(uint64_t logFileId) {
     m_logFileId = logFileId;
@@ -20,7 +22,9 @@ HRESULT CZanDB4GPSLogDBRecord::SetDate(const SYSTEMTIME* date) {
     return S_OK;
 }
 
-HRESULT CZanDB4GPSLogDBRecord::GetDate(SYSTEMTIME* outDate) { return zandb4::Deliver(outDate, m_date.m_time); }
+HRESULT CZanDB4GPSLogDBRecord::GetDate(SYSTEMTIME* outDate) {
+    return zandb4::Deliver(outDate, m_date.m_time);
+}
 
 HRESULT CZanDB4GPSLogDBRecord::SetDateUTC(const SYSTEMTIME* date) {
     if (date == nullptr) return E_INVALIDARG;

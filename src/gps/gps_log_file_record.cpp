@@ -14,8 +14,7 @@ HRESULT DeliverText(const CZanTString& value, CZanTString& out) {
 
 // Setters and getters of a pair of moments: either pointer may be null and is
 // then skipped, but one of them must be there.
-HRESULT StorePair(const SYSTEMTIME* start, const SYSTEMTIME* end, CZanTDateTime& startField,
-                  CZanTDateTime& endField) {
+HRESULT StorePair(const SYSTEMTIME* start, const SYSTEMTIME* end, CZanTDateTime& startField, CZanTDateTime& endField) {
     if (start == nullptr && end == nullptr) return E_INVALIDARG;
     if (start != nullptr) startField.m_time = *start;
     if (end != nullptr) endField.m_time = *end;
@@ -32,21 +31,27 @@ HRESULT DeliverPair(const CZanTDateTime& startField, const CZanTDateTime& endFie
 
 }  // namespace
 
-HRESULT CZanDB4GPSLogFileRecord::GetID(uint64_t* outId) { return zandb4::Deliver(outId, m_id); }
+HRESULT CZanDB4GPSLogFileRecord::GetID(uint64_t* outId) {
+    return zandb4::Deliver(outId, m_id);
+}
 
 HRESULT CZanDB4GPSLogFileRecord::SetPath(const CZanTString& path) {
     m_path = path;
     return S_OK;
 }
 
-HRESULT CZanDB4GPSLogFileRecord::GetPath(CZanTString& outPath) { return DeliverText(m_path, outPath); }
+HRESULT CZanDB4GPSLogFileRecord::GetPath(CZanTString& outPath) {
+    return DeliverText(m_path, outPath);
+}
 
 HRESULT CZanDB4GPSLogFileRecord::SetName(const CZanTString& name) {
     m_name = name;
     return S_OK;
 }
 
-HRESULT CZanDB4GPSLogFileRecord::GetName(CZanTString& outName) { return DeliverText(m_name, outName); }
+HRESULT CZanDB4GPSLogFileRecord::GetName(CZanTString& outName) {
+    return DeliverText(m_name, outName);
+}
 
 HRESULT CZanDB4GPSLogFileRecord::SetDates(const SYSTEMTIME* start, const SYSTEMTIME* end) {
     return StorePair(start, end, m_startDate, m_endDate);
@@ -78,7 +83,9 @@ HRESULT CZanDB4GPSLogFileRecord::SetState(uint32_t state) {
     return S_OK;
 }
 
-HRESULT CZanDB4GPSLogFileRecord::GetState(uint32_t* outState) { return zandb4::Deliver(outState, m_state); }
+HRESULT CZanDB4GPSLogFileRecord::GetState(uint32_t* outState) {
+    return zandb4::Deliver(outState, m_state);
+}
 
 HRESULT CZanDB4GPSLogFileRecord::SetLocationName(const CZanTString& name) {
     m_locationName = name;

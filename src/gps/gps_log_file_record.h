@@ -18,8 +18,7 @@
 
 class CSQLiteGPSLogDB;
 
-class CZanDB4GPSLogFileRecord
-    : public zandb4::ComObject<IZanDB4GPSLogFileRecord, IID_IZanDB4GPSLogFileRecord> {
+class CZanDB4GPSLogFileRecord : public zandb4::ComObject<IZanDB4GPSLogFileRecord, IID_IZanDB4GPSLogFileRecord> {
 public:
     CZanDB4GPSLogFileRecord() = default;
 

@@ -35,7 +35,9 @@ bool ReadValues(IZanDB4GPSLogFileRecord& record, LogFileValues& values) {
     return true;
 }
 
-int64_t Packed(const SYSTEMTIME& moment) { return CZanTDateTime(moment).GetPacked(); }
+int64_t Packed(const SYSTEMTIME& moment) {
+    return CZanTDateTime(moment).GetPacked();
+}
 
 // Binds the nine columns after the id, in the order both the insert and the
 // update name them, from first on.

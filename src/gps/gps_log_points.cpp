@@ -27,7 +27,9 @@ LogDataValues ReadValues(IZanDB4GPSLogDBRecord& record) {
     return values;
 }
 
-int64_t Packed(const SYSTEMTIME& moment) { return CZanTDateTime(moment).GetPacked(); }
+int64_t Packed(const SYSTEMTIME& moment) {
+    return CZanTDateTime(moment).GetPacked();
+}
 
 }  // namespace
 

@@ -15,8 +15,7 @@ namespace {
 // Steps statement to its end, reading each row with read and appending the
 // record to list with the reference the reader gave it.
 template <class Record>
-HRESULT AppendRows(Statement& statement, CList<Record*>& list,
-                   HRESULT (*read)(const Statement&, Record**)) {
+HRESULT AppendRows(Statement& statement, CList<Record*>& list, HRESULT (*read)(const Statement&, Record**)) {
     if (statement.IsPrepared()) {
         while (statement.Step() == SQLITE_ROW) {
             Record* record = nullptr;

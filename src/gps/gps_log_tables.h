@@ -96,8 +96,7 @@ inline constexpr WCHAR kDeleteLogData[] = u"DELETE FROM gps_log_data WHERE log_i
 inline constexpr WCHAR kSelectLogData[] = u"SELECT * FROM gps_log_data WHERE log_id=? LIMIT 1";
 inline constexpr WCHAR kSelectLogIdsOfFile[] = u"SELECT log_id FROM gps_log_data WHERE log_file_id=?";
 inline constexpr WCHAR kDeleteLogDataOfFile[] = u"DELETE FROM gps_log_data WHERE log_file_id=?";
-inline constexpr WCHAR kSelectLogDataOfFile[] =
-    u"SELECT * FROM gps_log_data WHERE log_file_id=? ORDER BY date ASC";
+inline constexpr WCHAR kSelectLogDataOfFile[] = u"SELECT * FROM gps_log_data WHERE log_file_id=? ORDER BY date ASC";
 inline constexpr WCHAR kSelectAllLogData[] = u"SELECT * FROM gps_log_data ORDER BY date ASC";
 // Track order: logs by UTC start, then by log id, points by local date. A
 // point of a log that does not exist has a NULL start, which sorts first.

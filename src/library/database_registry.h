@@ -12,6 +12,7 @@
 #include "frame/file_record_cache.h"
 
 class CSQLiteAccessLogDB;
+class CSQLiteAppLogDataDB;
 class CSQLiteAsyncDB;
 class CSQLiteFaceFeaturePointDBMgr;
 class CSQLiteFileBasicDB;
@@ -39,6 +40,11 @@ inline CSQLiteMemDB* memDB = nullptr;
 
 // The application's usage statistics, "UserLog.db".
 inline CSQLiteAccessLogDB* accessLogDB = nullptr;
+
+// The application's own log, "information"/"appcahce.db": the one store
+// outside the database folder, made after all others and closed ahead of
+// the catalogue's commit.
+inline CSQLiteAppLogDataDB* appLogDB = nullptr;
 
 // The seven thumbnail families, each with a folder "<name>_0s" for kind 1
 // and "<name>_1s" for kind 2: files, person and pet icons (individuals),

@@ -25,6 +25,7 @@
 #include "gps/gps_log_file_record.h"
 #include "library/database_registry.h"
 #include "logs/access_log_mgr.h"
+#include "logs/app_log_mgr.h"
 #include "logs/memory_data_mgr.h"
 #include "records/file_db_record.h"
 #include "records/file_large_meta_data.h"
@@ -95,7 +96,7 @@ const FactoryRow kFactoryRows[] = {
     {&IID_IZanDB4MemoryDataMgr, [] () -> IUnknown* { return new CZanDB4MemoryDataMgr(DatabaseRegistry::memDB); }},
     {&IID_IZanDB4AccessLogDBMgr,
      [] () -> IUnknown* { return new CZanDB4AccessLogDBMgr(DatabaseRegistry::accessLogDB); }},
-    {&IID_IZanDB4AppLogDBMgr, nullptr},
+    {&IID_IZanDB4AppLogDBMgr, [] () -> IUnknown* { return new CZanDB4AppLogDBMgr(DatabaseRegistry::appLogDB); }},
 };
 
 }  // namespace

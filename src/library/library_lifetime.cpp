@@ -14,6 +14,7 @@
 #include "library/database_registry.h"
 #include "library/library_paths.h"
 #include "logs/access_log_db.h"
+#include "logs/app_log_db.h"
 #include "logs/memory_data_db.h"
 #include "platform/files.h"
 #include "shards/meta_data_db_factory.h"
@@ -148,9 +149,11 @@ HRESULT StartLibrary(const WCHAR* root) {
         DatabaseRegistry::fileRecordCache = new FileRecordCache(&DatabaseRegistry::fileRecordCache);
 
     // The root is worked out a second time for the application log's folder;
-    // nothing checks that this folder could be made.
+    // nothing checks that this folder could be made: if it could not, the
+    // store fails to open and stays without a connection.
     CZanTString informationFolder = SubFolder(zandb4::ResolveRoot(root), u"information");
     platform::MakeSureDirectoryPathExists(informationFolder.ToUtf8());
+    OpenStore(DatabaseRegistry::appLogDB, informationFolder, u"appcahce.db");
     return S_OK;
 }
 
@@ -191,6 +194,9 @@ extern "C" HRESULT ZanDB4_Finalize() {
     CommitStore(DatabaseRegistry::asyncDB, anyCommitted);
     CommitStore(DatabaseRegistry::gpsLogDB, anyCommitted);
     CommitStore(DatabaseRegistry::memDB, anyCommitted);
+    // Closing the application log commits what it holds and, if the
+    // application asked for it, deletes its file.
+    CloseStore(DatabaseRegistry::appLogDB);
     CommitStore(DatabaseRegistry::fileBasicDB, anyCommitted);
     BackUpAfterCommittedSession(anyCommitted);
     EmptyRecordCache();

@@ -1,4 +1,5 @@
-// GetSystemTime from clock_gettime(CLOCK_REALTIME) and gmtime_r.
+// GetSystemTime from clock_gettime(CLOCK_REALTIME) and gmtime_r; timegm
+// back to seconds.
 #include "platform/clock.h"
 
 #include <time.h>
@@ -39,6 +40,17 @@ SYSTEMTIME GetSystemTime() {
     time.wSecond = static_cast<uint16_t>(parts.tm_sec);
     time.wMilliseconds = static_cast<uint16_t>(now.tv_nsec / 1000000);
     return time;
+}
+
+int64_t SystemTimeToUnixSeconds(const SYSTEMTIME& time) {
+    struct tm parts {};
+    parts.tm_year = static_cast<int>(time.wYear) - 1900;
+    parts.tm_mon = static_cast<int>(time.wMonth) - 1;
+    parts.tm_mday = time.wDay;
+    parts.tm_hour = time.wHour;
+    parts.tm_min = time.wMinute;
+    parts.tm_sec = time.wSecond;
+    return static_cast<int64_t>(::timegm(&parts));
 }
 
 void SetSystemTimeForTesting(std::optional<SYSTEMTIME> now) {

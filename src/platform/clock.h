@@ -2,6 +2,7 @@
 // "now" instead of waiting for real time.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "zandb4/types.h"
@@ -9,6 +10,10 @@
 namespace zandb4::platform {
 
 SYSTEMTIME GetSystemTime();
+
+// Whole seconds since 1970 of a broken-down UTC time (timegm); the
+// milliseconds and the day of the week are not looked at.
+int64_t SystemTimeToUnixSeconds(const SYSTEMTIME& time);
 
 // Test seam: while set, GetSystemTime answers this value. std::nullopt
 // restores the real clock. Not exported.

@@ -1,5 +1,5 @@
-// Files and folders on POSIX: stat, unlink, rmdir, rename, fsync, mkdir,
-// opendir, dladdr.
+// Files and folders on POSIX: stat, statx, unlink, rmdir, rename, fsync,
+// mkdir, opendir, dladdr.
 #include "platform/files.h"
 
 #include <dirent.h>
@@ -24,6 +24,16 @@ uint32_t GetFileAttributes(const std::string& path) {
 bool PathFileExists(const std::string& path) {
     struct stat info;
     return !path.empty() && ::stat(path.c_str(), &info) == 0;
+}
+
+bool GetFileStatus(const std::string& path, FileStatus& status) {
+    if (path.empty()) return false;
+    struct statx info {};
+    if (::statx(AT_FDCWD, path.c_str(), 0, STATX_BTIME | STATX_MTIME | STATX_SIZE, &info) != 0) return false;
+    status.size = info.stx_size;
+    status.isBirthTime = (info.stx_mask & STATX_BTIME) != 0;
+    status.creationTime = status.isBirthTime ? info.stx_btime.tv_sec : info.stx_mtime.tv_sec;
+    return true;
 }
 
 bool DeleteFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }

@@ -15,6 +15,21 @@ inline constexpr uint32_t kAttributeNormal = 0x80u;
 // then too), 0x10 for a folder, 0x80 for anything else.
 uint32_t GetFileAttributes(const std::string& path);
 bool PathFileExists(const std::string& path);
+
+// What the status of a file tells: when it was made, in whole seconds since
+// 1970 UTC, and its size in bytes.
+struct FileStatus {
+    int64_t creationTime = 0;
+    uint64_t size = 0;
+    // Whether creationTime is the file system's birth time. Linux keeps one
+    // only on some file systems (statx's STATX_BTIME); where it has none, the
+    // modification time stands in and this is false.
+    bool isBirthTime = false;
+};
+
+// The status of the file at path (links followed). False when it cannot be
+// asked, as for a path that does not exist; status is then left as it was.
+bool GetFileStatus(const std::string& path, FileStatus& status);
 bool DeleteFile(const std::string& path);
 bool RemoveDirectory(const std::string& path);
 

@@ -1,8 +1,37 @@
-// CZanDB4FileDBRecord: the field accessors. Getters read their field first
-// (ignoring the read's outcome: an unread field gives its default), setters
-// write under the store's lock and mark the field in both masks. A null
-// pointer to a setter or getter is E_INVALIDARG with nothing changed.
+// CZanDB4FileDBRecord: where records live, and the field accessors. Getters
+// read their field first (ignoring the read's outcome: an unread field gives
+// its default), setters write under the store's lock and mark the field in
+// both masks. A null pointer to a setter or getter is E_INVALIDARG with
+// nothing changed.
 #include "records/file_db_record.h"
+
+#include <new>
+
+#include "records/block_pool.h"
+
+namespace {
+
+// Never destroyed: a record may be let go after every static object is gone.
+zandb4::BlockPool& RecordPool() {
+    static zandb4::BlockPool* const pool = new zandb4::BlockPool(sizeof(CZanDB4FileDBRecord));
+    return *pool;
+}
+
+}  // namespace
+
+static_assert(alignof(CZanDB4FileDBRecord) <= zandb4::BlockPool::kAlignment);
+
+void* CZanDB4FileDBRecord::operator new(size_t size) {
+    // A class derived from this one (none is) would not fit the pool's blocks.
+    return size == sizeof(CZanDB4FileDBRecord) ? RecordPool().Allocate() : ::operator new(size);
+}
+
+void CZanDB4FileDBRecord::operator delete(void* memory, size_t size) {
+    if (size == sizeof(CZanDB4FileDBRecord))
+        RecordPool().Free(memory);
+    else
+        ::operator delete(memory);
+}
 
 HRESULT CZanDB4FileDBRecord::ClearAll() {
     ClearFields(kAllColumns);

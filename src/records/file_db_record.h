@@ -62,6 +62,11 @@ public:
     // store: the catalogue open when the record was made, or null.
     explicit CZanDB4FileDBRecord(IFileRowSource* store) : m_store(store) {}
 
+    // Records live in a pool of their own (records/block_pool.h): a search
+    // makes and drops them by the hundred thousand.
+    static void* operator new(size_t size);
+    static void operator delete(void* memory, size_t size);
+
     // Fills the requested fields it does not hold yet. Nothing is read when
     // any requested bit is known already. With row null the record reads its
     // own row through its catalogue; else row is a row the caller read, which

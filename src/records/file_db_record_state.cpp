@@ -11,41 +11,42 @@ using zandb4::ComPtr;
 
 // In the order fields have always been filled in. A path brings its volume
 // serial along, a position both coordinates; the parent's date is
-// deliberately not taken from the row, only SetParent fills it.
+// deliberately not taken from the row, only SetParent fills it. The fields
+// to fill are worked out once; only they become known.
 template <class Row>
 void CZanDB4FileDBRecord::FillFrom(uint32_t mask, Row&& row) {
-    auto take = [&](uint32_t bit, auto&& copy) {
-        if ((mask & bit) == 0 || (m_knownMask & bit) != 0) return;
-        copy();
-        m_knownMask |= bit;
-    };
-    take(kManage, [&] { m_manage = row.manage; });
-    take(kFilePath, [&] {
+    constexpr uint32_t kFields = kManage | kFilePath | kFileName | kFileFormat | kShootingDate | kThumbnailSize |
+                                 kThumbnailOrientation | kGps | kFileAttributes | kDidEdit | kIsFavorite |
+                                 kDidDetectFace | kAlbumId | kParent | kUploadFlag | kClassifyId;
+    const uint32_t todo = mask & kFields & ~m_knownMask;
+    if (todo & kManage) m_manage = row.manage;
+    if (todo & kFilePath) {
         m_filePath = std::forward<Row>(row).filePath;
         m_diskVsn = row.diskVsn;
-    });
-    take(kFileName, [&] { m_fileName = std::forward<Row>(row).fileName; });
-    take(kFileFormat, [&] { m_fileFormat = row.fileFormat; });
-    take(kShootingDate, [&] { m_shootingDate = row.shootingDate; });
-    take(kThumbnailSize, [&] {
+    }
+    if (todo & kFileName) m_fileName = std::forward<Row>(row).fileName;
+    if (todo & kFileFormat) m_fileFormat = row.fileFormat;
+    if (todo & kShootingDate) m_shootingDate = row.shootingDate;
+    if (todo & kThumbnailSize) {
         // Width in the high 16 bits, height in the low 16 bits.
         m_thumbnailWidth = static_cast<uint16_t>(row.thumbnailSize >> 16);
         m_thumbnailHeight = static_cast<uint16_t>(row.thumbnailSize);
-    });
-    take(kThumbnailOrientation, [&] { m_thumbnailOrientation = static_cast<uint16_t>(row.thumbnailOrientation); });
-    take(kGps, [&] {
+    }
+    if (todo & kThumbnailOrientation) m_thumbnailOrientation = static_cast<uint16_t>(row.thumbnailOrientation);
+    if (todo & kGps) {
         m_latitude = static_cast<float>(row.latitude);
         m_longitude = static_cast<float>(row.longitude);
-    });
-    take(kFileAttributes, [&] { m_fileAttributes = row.fileAttributes; });
-    take(kDidEdit, [&] { m_didEdit = row.didEdit ? 1 : 0; });
-    take(kIsFavorite, [&] { m_isFavorite = row.isFavorite ? 1 : 0; });
-    take(kDidDetectFace, [&] { m_didDetectFace = row.didDetectFace ? 1 : 0; });
-    take(kAlbumId, [&] { m_albumId = row.albumId; });
-    take(kParent, [&] { m_parentId = row.parentId; });
-    take(kUploadFlag, [&] { m_uploadFlag = row.uploadFlag ? 1 : 0; });
+    }
+    if (todo & kFileAttributes) m_fileAttributes = row.fileAttributes;
+    if (todo & kDidEdit) m_didEdit = row.didEdit ? 1 : 0;
+    if (todo & kIsFavorite) m_isFavorite = row.isFavorite ? 1 : 0;
+    if (todo & kDidDetectFace) m_didDetectFace = row.didDetectFace ? 1 : 0;
+    if (todo & kAlbumId) m_albumId = row.albumId;
+    if (todo & kParent) m_parentId = row.parentId;
+    if (todo & kUploadFlag) m_uploadFlag = row.uploadFlag ? 1 : 0;
     // Its low 8 bits; a short row has already narrowed it to 0 or 1.
-    take(kClassifyId, [&] { m_classifyId = static_cast<uint8_t>(row.classifyId); });
+    if (todo & kClassifyId) m_classifyId = static_cast<uint8_t>(row.classifyId);
+    m_knownMask |= todo;
 }
 
 std::unique_lock<CCriticalSection> CZanDB4FileDBRecord::LockStore() {

@@ -47,9 +47,13 @@ inline int64_t Packed(const SYSTEMTIME& moment) {
            (static_cast<int64_t>(moment.wMinute) << 8) | static_cast<int64_t>(moment.wSecond);
 }
 
-inline bool SameMoment(const SYSTEMTIME& a, const SYSTEMTIME& b) { return Packed(a) == Packed(b); }
+inline bool SameMoment(const SYSTEMTIME& a, const SYSTEMTIME& b) {
+    return Packed(a) == Packed(b);
+}
 
-inline CZanTString W(const std::string& utf8) { return CZanTString::FromUtf8(utf8.c_str()); }
+inline CZanTString W(const std::string& utf8) {
+    return CZanTString::FromUtf8(utf8.c_str());
+}
 
 // The caller's list of a list operation, giving back every record's
 // reference when it goes.
@@ -95,8 +99,7 @@ using Points = RecordList<IZanDB4GPSLogDBRecord>;
 // A log file record made by the factory and filled; the library must be up.
 inline ComPtr<IZanDB4GPSLogFileRecord> NewLogFile(const std::string& path, const std::string& name) {
     ComPtr<IZanDB4GPSLogFileRecord> record;
-    EXPECT_EQ(ZanDB4_CreateInstance(&IID_IZanDB4GPSLogFileRecord, reinterpret_cast<void**>(record.Receive())),
-              S_OK);
+    EXPECT_EQ(ZanDB4_CreateInstance(&IID_IZanDB4GPSLogFileRecord, reinterpret_cast<void**>(record.Receive())), S_OK);
     if (!record) return record;
     record->SetPath(W(path));
     record->SetName(W(name));

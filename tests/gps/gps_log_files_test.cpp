@@ -27,10 +27,10 @@ TEST_F(GpsLogFiles, AddStoresEveryColumnAndSetsTheIdOnTheRecord) {
 
     Rows rows = LocationRows("SELECT * FROM gps_log_file");
     ASSERT_EQ(rows.size(), 1u);
-    EXPECT_EQ(rows[0], (std::vector<std::string>{"1", "/tracks/2024-05-01.gpx", "2024-05-01.gpx",
-                                                 std::to_string(Packed(start)), std::to_string(Packed(end)), "33",
-                                                 "4", std::to_string(Packed(startUTC)),
-                                                 std::to_string(Packed(endUTC)), "Kyoto"}));
+    EXPECT_EQ(rows[0],
+              (std::vector<std::string>{"1", "/tracks/2024-05-01.gpx", "2024-05-01.gpx", std::to_string(Packed(start)),
+                                        std::to_string(Packed(end)), "33", "4", std::to_string(Packed(startUTC)),
+                                        std::to_string(Packed(endUTC)), "Kyoto"}));
     EXPECT_EQ(LocationInteger("SELECT last_id FROM last_id_table WHERE id_type=0"), 1);
 }
 
@@ -56,8 +56,7 @@ TEST_F(GpsLogFiles, ASecondLogWithOnePathFailsAndTheNextAddGetsItsPooledId) {
     EXPECT_EQ(recordId, 0u);
     ASSERT_EQ(m_gps->Commit(), S_OK);
     // The failed add drew 2 from the counter and gave it back.
-    EXPECT_EQ(LocationRows("SELECT id_type, pooled_id FROM pooled_id_table"),
-              (Rows{{"0", "2"}}));
+    EXPECT_EQ(LocationRows("SELECT id_type, pooled_id FROM pooled_id_table"), (Rows{{"0", "2"}}));
     EXPECT_EQ(LocationInteger("SELECT COUNT(*) FROM gps_log_file"), 1);
 
     EXPECT_EQ(AddLog("/tracks/next.gpx"), 2u);
@@ -104,8 +103,7 @@ TEST_F(GpsLogFiles, PathsWithApostrophesAreStoredAndFound) {
     ASSERT_EQ(m_gps->FindLogFilesByName(u"O'Brien's walk.gpx", byName.Out()), S_OK);
     EXPECT_EQ(byName.Ids(), std::vector<uint64_t>{id});
     ASSERT_EQ(m_gps->Commit(), S_OK);
-    EXPECT_EQ(LocationRows("SELECT log_file_path, log_location_name FROM gps_log_file"),
-              (Rows{{path, "Land's End"}}));
+    EXPECT_EQ(LocationRows("SELECT log_file_path, log_location_name FROM gps_log_file"), (Rows{{path, "Land's End"}}));
 }
 
 TEST_F(GpsLogFiles, GetLogFileReadsEveryValueIntoANewRecordWithOneReference) {
@@ -183,8 +181,7 @@ TEST_F(GpsLogFiles, UpdateOfAnUnknownIdFailsAndChangesNothing) {
     ComPtr<IZanDB4GPSLogFileRecord> changed = NewLogFile("/tracks/b.gpx", "b.gpx");
     EXPECT_EQ(m_gps->UpdateLogFile(2, changed.Get()), E_FAIL);
     ASSERT_EQ(m_gps->Commit(), S_OK);
-    EXPECT_EQ(LocationRows("SELECT log_file_id, log_file_path FROM gps_log_file"),
-              (Rows{{"1", "/tracks/a.gpx"}}));
+    EXPECT_EQ(LocationRows("SELECT log_file_id, log_file_path FROM gps_log_file"), (Rows{{"1", "/tracks/a.gpx"}}));
 }
 
 TEST_F(GpsLogFiles, UpdateToAPathAnotherLogHasFails) {

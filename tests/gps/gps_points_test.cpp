@@ -23,8 +23,7 @@ TEST_F(GpsPoints, AddStoresEveryColumnAndSetsTheIdOnTheRecord) {
     EXPECT_EQ(LocationRows("SELECT log_id, log_file_id, date, latitude, longitude, date_utc FROM gps_log_data"),
               (Rows{{"1", std::to_string(log), std::to_string(Packed(date)), "35.25", "-139.5",
                      std::to_string(Packed(dateUTC))}}));
-    EXPECT_EQ(LocationRows("SELECT typeof(latitude), typeof(longitude) FROM gps_log_data"),
-              (Rows{{"real", "real"}}));
+    EXPECT_EQ(LocationRows("SELECT typeof(latitude), typeof(longitude) FROM gps_log_data"), (Rows{{"real", "real"}}));
     // Points count from their own type, apart from the logs.
     EXPECT_EQ(LocationInteger("SELECT last_id FROM last_id_table WHERE id_type=1"), 1);
 }
@@ -89,9 +88,8 @@ TEST_F(GpsPoints, UpdateRewritesThePoint) {
     ComPtr<IZanDB4GPSLogDBRecord> changed = NewPoint(2, date, -3.5f, 4.5f, dateUTC);
     ASSERT_EQ(m_gps->UpdateLogData(id, changed.Get()), S_OK);
     ASSERT_EQ(m_gps->Commit(), S_OK);
-    EXPECT_EQ(LocationRows("SELECT * FROM gps_log_data"),
-              (Rows{{std::to_string(id), "2", std::to_string(Packed(date)), "-3.5", "4.5",
-                     std::to_string(Packed(dateUTC))}}));
+    EXPECT_EQ(LocationRows("SELECT * FROM gps_log_data"), (Rows{{std::to_string(id), "2", std::to_string(Packed(date)),
+                                                                 "-3.5", "4.5", std::to_string(Packed(dateUTC))}}));
 }
 
 TEST_F(GpsPoints, UpdateOfAnUnknownIdFails) {
@@ -202,6 +200,22 @@ TEST_F(GpsPoints, DeleteLogDataOfAnUnknownIdIsSOkAndPoolsIt) {
     EXPECT_EQ(LocationInteger("SELECT COUNT(*) FROM gps_log_data"), 1);
     EXPECT_EQ(LocationRows("SELECT id_type, pooled_id FROM pooled_id_table"), (Rows{{"1", "77"}}));
     EXPECT_EQ(AddPoint(1, Moment(2024, 5, 1, 10)), 77u);
+}
+
+TEST_F(GpsPoints, DeletingAPointTwicePoolsItsIdTwiceAndOneTakeClearsBoth) {
+    // Nothing stops an id from going to the pool twice. Taking it from the
+    // pool deletes every row of that id, so it comes out once and the
+    // counter goes on after it.
+    uint64_t point = AddPoint(1, Moment(2024, 5, 1, 9));
+    ASSERT_EQ(m_gps->DeleteLogData(point), S_OK);
+    ASSERT_EQ(m_gps->DeleteLogData(point), S_OK);
+    ASSERT_EQ(m_gps->Commit(), S_OK);
+    EXPECT_EQ(LocationRows("SELECT id_type, pooled_id FROM pooled_id_table"),
+              (Rows{{"1", std::to_string(point)}, {"1", std::to_string(point)}}));
+    EXPECT_EQ(AddPoint(1, Moment(2024, 5, 1, 10)), point);
+    EXPECT_EQ(AddPoint(1, Moment(2024, 5, 1, 11)), point + 1);
+    ASSERT_EQ(m_gps->Commit(), S_OK);
+    EXPECT_EQ(LocationInteger("SELECT COUNT(*) FROM pooled_id_table"), 0);
 }
 
 TEST_F(GpsPoints, DeleteLogDataRemovesThePointAndLeavesTheLogsDates) {

@@ -59,7 +59,7 @@ const std::vector<std::string> kOldLogFileColumns = {"log_file_id", "log_file_pa
                                                      "start_date",  "end_date",      "attributes"};
 const std::vector<std::string> kOldLogDataColumns = {"log_id", "log_file_id", "date", "latitude", "longitude"};
 const std::vector<std::string> kNewLogFileColumns = {
-    "log_file_id", "log_file_path", "log_file_name",  "start_date",    "end_date",
+    "log_file_id", "log_file_path", "log_file_name",  "start_date",   "end_date",
     "attributes",  "state",         "start_date_utc", "end_date_utc", "log_location_name"};
 const std::vector<std::string> kNewLogDataColumns = {"log_id",   "log_file_id", "date",
                                                      "latitude", "longitude",   "date_utc"};
@@ -69,8 +69,8 @@ TEST_F(GpsUpgrade, ANewFileHasBothTablesTheirIndexesAndTheCurrentVersion) {
     EXPECT_EQ(Version(), 1201u);
     EXPECT_EQ(ColumnsOf(File(), "gps_log_file"), kNewLogFileColumns);
     EXPECT_EQ(ColumnsOf(File(), "gps_log_data"), kNewLogDataColumns);
-    EXPECT_EQ(IndexesOf(File()), (std::vector<std::string>{"gps_log_data_file_id_idx", "gps_log_data_uidx",
-                                                           "gps_log_file_uidx"}));
+    EXPECT_EQ(IndexesOf(File()),
+              (std::vector<std::string>{"gps_log_data_file_id_idx", "gps_log_data_uidx", "gps_log_file_uidx"}));
 }
 
 TEST_F(GpsUpgrade, AVersion1000FileIsRebuiltThenUpgradedAndReadsItsNullsAsEmpty) {
@@ -143,9 +143,8 @@ TEST_F(GpsUpgrade, ADoubledPointIsStoredAsASecondRowInARebuiltFile) {
     log->SetName(u"a.gpx");
     EXPECT_EQ(m_store.AddLogFile(log.Get(), nullptr), S_OK);
     ASSERT_EQ(m_store.Commit(false), S_OK);
-    EXPECT_EQ(SqliteProbe(File()).Integer("SELECT COUNT(*) FROM gps_log_data WHERE date=" +
-                                          std::to_string(Packed(date))),
-              2);
+    EXPECT_EQ(
+        SqliteProbe(File()).Integer("SELECT COUNT(*) FROM gps_log_data WHERE date=" + std::to_string(Packed(date))), 2);
     EXPECT_EQ(SqliteProbe(File()).Integer("SELECT COUNT(*) FROM gps_log_file WHERE log_file_path='/old/a.gpx'"), 2);
 }
 
@@ -170,8 +169,8 @@ TEST_F(GpsUpgrade, UpgradeWithoutARebuildKeepsTheOldIndexes) {
     EXPECT_EQ(Upgrade(), S_OK);
     EXPECT_EQ(ColumnsOf(File(), "gps_log_file"), kNewLogFileColumns);
     EXPECT_EQ(ColumnsOf(File(), "gps_log_data"), kNewLogDataColumns);
-    EXPECT_EQ(IndexesOf(File()), (std::vector<std::string>{"gps_log_data_file_id_idx", "gps_log_data_uidx",
-                                                           "gps_log_file_uidx"}));
+    EXPECT_EQ(IndexesOf(File()),
+              (std::vector<std::string>{"gps_log_data_file_id_idx", "gps_log_data_uidx", "gps_log_file_uidx"}));
 }
 
 TEST_F(GpsUpgrade, StartDateUtcAloneStandsForAllFourColumnsOfTheLogTable) {
@@ -246,8 +245,8 @@ TEST_F(GpsUpgrade, UpgradeWithoutAConnectionFails) {
 }
 
 TEST_F(GpsUpgrade, GetAllLogFilesListsEveryLogForTheMigration) {
-    MakeSqliteFile(File(), Version1000File() + OldRows() +
-                               "INSERT INTO gps_log_file VALUES (1, '/old/b.gpx', 'b.gpx', 0, 0, 0);");
+    MakeSqliteFile(
+        File(), Version1000File() + OldRows() + "INSERT INTO gps_log_file VALUES (1, '/old/b.gpx', 'b.gpx', 0, 0, 0);");
     Open();
     ASSERT_TRUE(m_store.RevertPartialUpgrade());
     ASSERT_EQ(Upgrade(), S_OK);

@@ -147,4 +147,28 @@ TEST(PlatformClock, RealClockIgnoresTheTimeZone) {
     EXPECT_LE(Seconds(now), after);
 }
 
+TEST(PlatformClock, SystemTimeToUnixSecondsCountsFrom1970InUtc) {
+    EXPECT_EQ(platform::SystemTimeToUnixSeconds(Moment(1970, 1, 1, 0, 0, 0, 0)), 0);
+    // 2024-02-29 12:34:56 UTC: the leap day counts, and milliseconds are
+    // dropped.
+    EXPECT_EQ(platform::SystemTimeToUnixSeconds(Moment(2024, 2, 29, 12, 34, 56, 999)), 1709210096);
+    EXPECT_EQ(platform::SystemTimeToUnixSeconds(Moment(2024, 3, 1, 0, 0, 0, 0)) -
+                  platform::SystemTimeToUnixSeconds(Moment(2024, 2, 28, 0, 0, 0, 0)),
+              2 * 86400);
+}
+
+TEST(PlatformClock, SystemTimeToUnixSecondsIgnoresTheTimeZone) {
+    const char* previous = ::getenv("TZ");
+    const std::string saved = previous != nullptr ? previous : "";
+    ::setenv("TZ", "ZAN-14", 1);
+    ::tzset();
+    const int64_t seconds = platform::SystemTimeToUnixSeconds(Moment(2000, 1, 1, 0, 0, 0, 0));
+    if (previous != nullptr)
+        ::setenv("TZ", saved.c_str(), 1);
+    else
+        ::unsetenv("TZ");
+    ::tzset();
+    EXPECT_EQ(seconds, 946684800);
+}
+
 }  // namespace

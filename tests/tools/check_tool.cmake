@@ -64,6 +64,16 @@ run(1 stats ${WORK}/root --from 2024-05 --to 2024-04)
 run(2 stats ${WORK}/plain)
 expect("holds no usage log" "${err}" "stats without a usage log")
 
+# applog on the new catalogue's empty application log lists its empty tables;
+# a root without one is exit 2, and applog does not make it
+run(0 applog ${WORK}/root)
+expect("counters: 0 counters" "${out}" "applog on an empty application log")
+run(2 applog ${WORK}/plain)
+expect("holds no application log" "${err}" "applog without an application log")
+if(EXISTS ${WORK}/plain/information)
+  message(FATAL_ERROR "applog created an information folder")
+endif()
+
 # tags and albums on the new catalogue list nothing, say so, and succeed
 run(0 tags ${WORK}/root)
 expect("no tags" "${err}" "tags on an empty catalogue")

@@ -67,6 +67,8 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_TRUE(Contains(run.out, "  albums      list the albums of the catalogue")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  import      add the pictures and movies of folders")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  stats       chart the launches per month")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  applog      show the counters and records of the application log"))
+            << run.out;
         EXPECT_TRUE(Contains(run.out, "  gps import  store GPX track logs")) << run.out;
         EXPECT_TRUE(Contains(run.out, "  gps geotag  give the files of the catalogue under ROOT without a position"))
             << run.out;
@@ -78,7 +80,7 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
     }
     EXPECT_EQ(ListedCommands(),
               (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import", "faces",
-                                        "stats", "gps import", "gps geotag", "gps ls"}));
+                                        "stats", "applog", "gps import", "gps geotag", "gps ls"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
@@ -160,6 +162,10 @@ TEST(ToolCommandLine, UsageErrorsSayWhatWasWrong) {
          "Try 'zandb4 faces --help'"},
         {{"import", "r", "--recursive"}, "zandb4 import: missing FOLDER\n", "Try 'zandb4 import --help'"},
         {{"stats"}, "zandb4 stats: missing ROOT\n", "Try 'zandb4 stats --help'"},
+        {{"applog"}, "zandb4 applog: missing ROOT\n", "Try 'zandb4 applog --help'"},
+        {{"applog", "r", "--json=yes"}, "zandb4 applog: option '--json' takes no value\n",
+         "Try 'zandb4 applog --help'"},
+        {{"applog", "r", "s"}, "zandb4 applog: unexpected argument 's'\n", "Try 'zandb4 applog --help'"},
         {{"stats", "r", "--from"}, "zandb4 stats: option '--from' needs a value (YYYY-MM)\n",
          "Try 'zandb4 stats --help'"},
         {{"stats", "r", "--to", "2024-13"}, "zandb4 stats: --to: '2024-13' is not a month", "Try 'zandb4 stats --help'"},
