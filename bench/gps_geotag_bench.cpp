@@ -186,7 +186,8 @@ void BM_GeotagCore(benchmark::State& state) {
         if (placed != kFiles) state.SkipWithError("not every file was placed");
         benchmark::DoNotOptimize(placed);
     }
-    state.counters["files/s"] = benchmark::Counter(static_cast<double>(kFiles), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["files/s"] =
+        benchmark::Counter(static_cast<double>(kFiles), benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_GeotagCore)->Unit(benchmark::kMillisecond);
 
@@ -198,7 +199,8 @@ void BM_GeotagDryRun(benchmark::State& state) {
             out.find("would position " + std::to_string(kFiles) + " files") == std::string::npos)
             state.SkipWithError("the dry run did not place every file");
     }
-    state.counters["files/s"] = benchmark::Counter(static_cast<double>(kFiles), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["files/s"] =
+        benchmark::Counter(static_cast<double>(kFiles), benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_GeotagDryRun)->Unit(benchmark::kMillisecond)->Iterations(2);
 
@@ -215,7 +217,8 @@ void BM_Geotag(benchmark::State& state) {
             out.find("positioned " + std::to_string(kFiles) + " files") == std::string::npos)
             state.SkipWithError("the run did not place every file");
     }
-    state.counters["files/s"] = benchmark::Counter(static_cast<double>(kFiles), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["files/s"] =
+        benchmark::Counter(static_cast<double>(kFiles), benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_Geotag)->Unit(benchmark::kMillisecond)->Iterations(2);
 

@@ -92,12 +92,12 @@ struct OutOfRange {
 };
 
 struct Summary {
-    uint64_t files = 0;            // ordinary files of the catalogue
-    uint64_t alreadyPlaced = 0;    // with a position before
-    uint64_t withoutDate = 0;      // without a (valid) shooting date
-    std::vector<Placed> placed;    // ordered by shooting date
+    uint64_t files = 0;          // ordinary files of the catalogue
+    uint64_t alreadyPlaced = 0;  // with a position before
+    uint64_t withoutDate = 0;    // without a (valid) shooting date
+    std::vector<Placed> placed;  // ordered by shooting date
     std::vector<OutOfRange> outOfRange;
-    uint64_t trackPoints = 0;      // points read from the log store
+    uint64_t trackPoints = 0;  // points read from the log store
 };
 
 std::string PathOf(IZanDB4FileDBRecord* record) {
@@ -209,8 +209,8 @@ private:
 
 class Geotagger {
 public:
-    Geotagger(IZanDB4FileDBMgr* files, PointSource& points, std::optional<int32_t> offset, int64_t maxGap,
-              bool dryRun, Summary& summary)
+    Geotagger(IZanDB4FileDBMgr* files, PointSource& points, std::optional<int32_t> offset, int64_t maxGap, bool dryRun,
+              Summary& summary)
         : m_files(files), m_points(points), m_offset(offset), m_maxGap(maxGap), m_dryRun(dryRun), m_summary(summary) {}
 
     // The ordinary files without a position and with a shooting date, in
@@ -248,8 +248,8 @@ public:
             Candidate candidate;
             record->GetFileID(&candidate.id);
             candidate.shot = shot;
-            candidate.utc = m_offset ? SecondsFromCivil(date.wYear, date.wMonth, date.wDay, date.wHour,
-                                                        date.wMinute, date.wSecond) -
+            candidate.utc = m_offset ? SecondsFromCivil(date.wYear, date.wMonth, date.wDay, date.wHour, date.wMinute,
+                                                        date.wSecond) -
                                            *m_offset
                                      : machine.ToUtc(date);
             candidate.record = std::move(record);
@@ -330,8 +330,8 @@ void PrintText(const Summary& summary, bool dryRun, int64_t maxGap, std::ostream
     out << "without a shooting date " << summary.withoutDate << " files\n";
 }
 
-void PrintJson(const std::string& root, const Summary& summary, bool dryRun, const std::string& zone,
-               int64_t maxGap, std::ostream& out) {
+void PrintJson(const std::string& root, const Summary& summary, bool dryRun, const std::string& zone, int64_t maxGap,
+               std::ostream& out) {
     JsonWriter json(out);
     json.BeginObject();
     json.Key("root");
@@ -399,7 +399,8 @@ int RunGpsGeotag(const Invocation& invocation) {
     int64_t maxGap = kDefaultMaxGap;
     if (invocation.Has("--max-gap")) {
         const std::string& text = invocation.Values("--max-gap").front();
-        const bool digits = !text.empty() && text.size() <= 7 && text.find_first_not_of("0123456789") == std::string::npos;
+        const bool digits =
+            !text.empty() && text.size() <= 7 && text.find_first_not_of("0123456789") == std::string::npos;
         maxGap = digits ? std::stoll(text) : -1;
         if (maxGap < 0 || maxGap > kMostMaxGap)
             return report.UsageError("bad gap '" + text + "': must be a number of seconds from 0 to " +
@@ -416,9 +417,9 @@ int RunGpsGeotag(const Invocation& invocation) {
                              : ZanDB4_Initialize(wideRoot.GetString());
     if (started != S_OK) {
         if (!dryRun) ZanDB4_Finalize();
-        return report.Fail(kExitLibraryFailed, root,
-                           std::string("the library could not start") + (dryRun ? " read-only: " : ": ") +
-                               DescribeResult(started));
+        return report.Fail(
+            kExitLibraryFailed, root,
+            std::string("the library could not start") + (dryRun ? " read-only: " : ": ") + DescribeResult(started));
     }
     Summary summary;
     HRESULT failure = S_OK;

@@ -51,9 +51,9 @@ struct FileOutcome {
     std::string reason;  // for kFailed
     uint64_t logId = 0;  // the log stored, or the one already there
     uint64_t stored = 0;
-    uint64_t noTime = 0;       // points without a usable time
-    uint64_t noPosition = 0;   // points without a usable position, or out of range
-    uint64_t duplicates = 0;   // points the store already held for this log
+    uint64_t noTime = 0;      // points without a usable time
+    uint64_t noPosition = 0;  // points without a usable position, or out of range
+    uint64_t duplicates = 0;  // points the store already held for this log
     uint64_t tracks = 0;
     uint64_t emptyTracks = 0;
     int64_t firstUtc = 0;  // earliest and latest point stored
@@ -126,8 +126,8 @@ public:
             ++m_outcome.duplicates;
             return true;
         }
-        if (added != S_OK) return Fail(added, "the store did not take a track point (line " +
-                                                  std::to_string(point.line) + ")");
+        if (added != S_OK)
+            return Fail(added, "the store did not take a track point (line " + std::to_string(point.line) + ")");
         if (m_outcome.stored == 0 || point.utcSeconds < m_outcome.firstUtc) m_outcome.firstUtc = point.utcSeconds;
         if (m_outcome.stored == 0 || point.utcSeconds > m_outcome.lastUtc) m_outcome.lastUtc = point.utcSeconds;
         ++m_outcome.stored;
@@ -140,8 +140,8 @@ public:
         else
             ++m_outcome.noPosition;
         if (m_outcome.Unusable() > kMostNamedSkips) return;
-        std::string text = m_outcome.file + ": line " + std::to_string(line) + ": track point skipped: " +
-                           SkipReasonText(reason);
+        std::string text =
+            m_outcome.file + ": line " + std::to_string(line) + ": track point skipped: " + SkipReasonText(reason);
         if (!detail.empty()) text += " (" + detail + ")";
         m_notes.Add(text);
     }
@@ -212,8 +212,7 @@ std::optional<uint64_t> StoredLogOf(IZanDB4GPSLogDBMgr* manager, const std::stri
 
 std::string NoPointsReason(const GpxReadResult& read, const FileOutcome& outcome) {
     if (read.tracks == 0) return "no track in the file";
-    if (read.points == 0)
-        return "no track point in the file (" + std::to_string(read.tracks) + " tracks, all empty)";
+    if (read.points == 0) return "no track point in the file (" + std::to_string(read.tracks) + " tracks, all empty)";
     return "no usable track point: " + std::to_string(outcome.noTime) + " without a time, " +
            std::to_string(outcome.noPosition) + " without a valid position";
 }
@@ -244,8 +243,7 @@ public:
             failure = {made, file, "no GPS log record"};
             return false;
         }
-        GpxReadResult read =
-            ReadGpxFile(file, writer, [&](uint64_t done) { m_progress.Update(bytesBefore + done); });
+        GpxReadResult read = ReadGpxFile(file, writer, [&](uint64_t done) { m_progress.Update(bytesBefore + done); });
         outcome.tracks = read.tracks;
         outcome.emptyTracks = read.emptyTracks;
         if (writer.Failure() != S_OK) {
@@ -257,7 +255,8 @@ public:
             // Whatever the file gave before it went wrong goes with it.
             m_manager->Rollback();
             outcome.status = FileStatus::kFailed;
-            outcome.reason = read.outcome != GpxReadResult::Outcome::kRead ? read.reason : NoPointsReason(read, outcome);
+            outcome.reason =
+                read.outcome != GpxReadResult::Outcome::kRead ? read.reason : NoPointsReason(read, outcome);
             outcome.logId = 0;
             outcome.stored = 0;
             return true;
@@ -303,8 +302,8 @@ void PrintText(const std::vector<FileOutcome>& outcomes, size_t files, std::ostr
                 break;
         }
     }
-    out << "imported " << imported << " of " << files << " files: " << stored << " points stored, "
-        << skipped << " skipped\n";
+    out << "imported " << imported << " of " << files << " files: " << stored << " points stored, " << skipped
+        << " skipped\n";
 }
 
 void PrintJson(const std::string& root, const LocalZone& zone, const std::vector<FileOutcome>& outcomes,
@@ -422,7 +421,8 @@ int RunGpsImport(const Invocation& invocation) {
             if (!going) break;
             if (outcome.status == FileStatus::kFailed) notes.Add(outcome.file + ": not imported: " + outcome.reason);
             if (outcome.status == FileStatus::kAlreadyThere)
-                notes.Add(outcome.file + ": already imported (log " + std::to_string(outcome.logId) + "); left as it is");
+                notes.Add(outcome.file + ": already imported (log " + std::to_string(outcome.logId) +
+                          "); left as it is");
             if (outcome.status == FileStatus::kImported && outcome.Unusable() > kMostNamedSkips)
                 notes.Add(outcome.file + ": " + std::to_string(outcome.Unusable()) +
                           " track points skipped in all (the first " + std::to_string(kMostNamedSkips) +

@@ -159,8 +159,7 @@ private:
         const Name name = SplitName(rawName);
         if (!m_rootSeen) {
             m_rootSeen = true;
-            const bool gpxSpace =
-                name.space.empty() || name.space == kGpx10Namespace || name.space == kGpx11Namespace;
+            const bool gpxSpace = name.space.empty() || name.space == kGpx10Namespace || name.space == kGpx11Namespace;
             if (name.local != "gpx" || !gpxSpace) {
                 std::string root(name.local);
                 if (!name.space.empty()) root += " (namespace " + std::string(name.space) + ")";

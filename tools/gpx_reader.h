@@ -31,10 +31,10 @@ struct GpxPoint {
 };
 
 enum class GpxSkipReason {
-    kNoTime,       // no time element, or an empty one
-    kBadTime,      // a time that is not an XML Schema dateTime of a real date
-    kNoPosition,   // lat or lon missing or not a number
-    kOutOfRange,   // latitude outside [-90, 90] or longitude outside [-180, 180]
+    kNoTime,      // no time element, or an empty one
+    kBadTime,     // a time that is not an XML Schema dateTime of a real date
+    kNoPosition,  // lat or lon missing or not a number
+    kOutOfRange,  // latitude outside [-90, 90] or longitude outside [-180, 180]
 };
 
 // "no time", "time '...' not understood", ...: the reason in words.
@@ -61,8 +61,8 @@ struct GpxReadResult {
         kStopped,     // the sink said to stop
     };
     Outcome outcome = Outcome::kRead;
-    std::string reason;    // in words, for every outcome but kRead and kStopped
-    int version = 0;       // 10 or 11 from the namespace; 0 without one
+    std::string reason;  // in words, for every outcome but kRead and kStopped
+    int version = 0;     // 10 or 11 from the namespace; 0 without one
     uint64_t tracks = 0;
     uint64_t emptyTracks = 0;  // tracks without any trkpt
     uint64_t points = 0;       // trkpt elements met, usable or not

@@ -138,8 +138,8 @@ protected:
 
     // The position of a file in the catalogue.
     std::pair<double, double> PositionOf(uint64_t id) const {
-        auto rows = Rows(Catalogue(), "SELECT gps_latitude, gps_longitude FROM file_table WHERE file_id=" +
-                                          std::to_string(id));
+        auto rows =
+            Rows(Catalogue(), "SELECT gps_latitude, gps_longitude FROM file_table WHERE file_id=" + std::to_string(id));
         if (rows.size() != 1) return {-999, -999};
         return {std::stod(rows[0][0]), std::stod(rows[0][1])};
     }
@@ -165,10 +165,10 @@ TEST_F(GpsCommand, ImportStoresOneLogPerFileWithItsPointsInUtcAndInTheZoneGiven)
                      "SELECT log_file_id, log_file_path, log_file_name, start_date, end_date, attributes, state, "
                      "start_date_utc, end_date_utc, log_location_name FROM gps_log_file ORDER BY log_file_id");
     ASSERT_EQ(logs.size(), 2u);
-    EXPECT_EQ(logs[0], (std::vector<std::string>{"1", morning, "morning.gpx", Text(Packed(2021, 7, 1, 12, 0, 0)),
-                                                 Text(Packed(2021, 7, 1, 12, 5, 0)), "0", "1",
-                                                 Text(Packed(2021, 7, 1, 10, 0, 0)),
-                                                 Text(Packed(2021, 7, 1, 10, 5, 0)), ""}));
+    EXPECT_EQ(logs[0],
+              (std::vector<std::string>{"1", morning, "morning.gpx", Text(Packed(2021, 7, 1, 12, 0, 0)),
+                                        Text(Packed(2021, 7, 1, 12, 5, 0)), "0", "1",
+                                        Text(Packed(2021, 7, 1, 10, 0, 0)), Text(Packed(2021, 7, 1, 10, 5, 0)), ""}));
     EXPECT_EQ(logs[1][1], noon);
     EXPECT_EQ(logs[1][7], Text(Packed(2021, 7, 1, 12, 0, 0)));
     EXPECT_EQ(logs[1][8], Text(Packed(2021, 7, 1, 12, 1, 40)));
@@ -188,16 +188,16 @@ TEST_F(GpsCommand, ImportStoresOneLogPerFileWithItsPointsInUtcAndInTheZoneGiven)
 TEST_F(GpsCommand, LocalTimesAreInTheMachinesZoneWithoutTz) {
     MakeCatalogue({});
     ScopedTimeZone zone(kCentralEurope);
-    const std::string file = WriteTrack("winter and summer.gpx", Gpx({{{"2021-01-10T08:00:00Z", "1", "2"},
-                                                                       {"2021-07-10T08:00:00Z", "1", "2"}}}));
+    const std::string file = WriteTrack(
+        "winter and summer.gpx", Gpx({{{"2021-01-10T08:00:00Z", "1", "2"}, {"2021-07-10T08:00:00Z", "1", "2"}}}));
     ToolRun run = RunZandb4({"gps", "import", Root(), file});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     auto points = Rows(Location(), "SELECT date, date_utc FROM gps_log_data ORDER BY date_utc");
     ASSERT_EQ(points.size(), 2u);
-    EXPECT_EQ(points[0], (std::vector<std::string>{Text(Packed(2021, 1, 10, 9, 0, 0)),
-                                                   Text(Packed(2021, 1, 10, 8, 0, 0))}));
-    EXPECT_EQ(points[1], (std::vector<std::string>{Text(Packed(2021, 7, 10, 10, 0, 0)),
-                                                   Text(Packed(2021, 7, 10, 8, 0, 0))}));
+    EXPECT_EQ(points[0],
+              (std::vector<std::string>{Text(Packed(2021, 1, 10, 9, 0, 0)), Text(Packed(2021, 1, 10, 8, 0, 0))}));
+    EXPECT_EQ(points[1],
+              (std::vector<std::string>{Text(Packed(2021, 7, 10, 10, 0, 0)), Text(Packed(2021, 7, 10, 8, 0, 0))}));
 }
 
 TEST_F(GpsCommand, AFileImportedTwiceIsReportedAsAlreadyThere) {
@@ -240,8 +240,9 @@ TEST_F(GpsCommand, UnusablePointsAreSkippedNamedAndCountedAndTheRestIsStored) {
     EXPECT_TRUE(Contains(run.err, file + ": line 8: track point skipped: a time that is not a date and time "
                                          "(noon)\n"))
         << run.err;
-    EXPECT_TRUE(Contains(run.out, "2 points stored, 2021-07-01 10:00:00 to 2021-07-01 10:00:50 UTC; skipped 2 "
-                                  "without a time, 2 without a valid position, 1 already stored\n"))
+    EXPECT_TRUE(Contains(run.out,
+                         "2 points stored, 2021-07-01 10:00:00 to 2021-07-01 10:00:50 UTC; skipped 2 "
+                         "without a time, 2 without a valid position, 1 already stored\n"))
         << run.out;
     EXPECT_EQ(Count(Location(), "SELECT COUNT(*) FROM gps_log_data"), 2);
     EXPECT_EQ(Count(Location(), "SELECT end_date_utc FROM gps_log_file"), Packed(2021, 7, 1, 10, 0, 50));
@@ -268,8 +269,8 @@ TEST_F(GpsCommand, BadFilesAreNamedWithTheReasonAndSkippedWhileTheGoodOnesAreSto
                                       ": not imported: XML, but not GPX: its root element is kml (namespace "
                                       "http://www.opengis.net/kml/2.2)\n"))
         << run.err;
-    EXPECT_TRUE(Contains(run.err, prefix + empty +
-                                      ": not imported: no track point in the file (2 tracks, all empty)\n"))
+    EXPECT_TRUE(
+        Contains(run.err, prefix + empty + ": not imported: no track point in the file (2 tracks, all empty)\n"))
         << run.err;
     EXPECT_TRUE(Contains(run.err, prefix + cut + ": not imported: broken XML at line ")) << run.err;
     EXPECT_TRUE(Contains(run.err, prefix + timeless +
@@ -284,8 +285,9 @@ TEST_F(GpsCommand, BadFilesAreNamedWithTheReasonAndSkippedWhileTheGoodOnesAreSto
     EXPECT_EQ(logs[1][0], later);
     // Only the points of the two good files; the cut file's are rolled back.
     EXPECT_EQ(Count(Location(), "SELECT COUNT(*) FROM gps_log_data"), 5);
-    EXPECT_EQ(Count(Location(), "SELECT COUNT(*) FROM gps_log_data WHERE log_file_id NOT IN "
-                                "(SELECT log_file_id FROM gps_log_file)"),
+    EXPECT_EQ(Count(Location(),
+                    "SELECT COUNT(*) FROM gps_log_data WHERE log_file_id NOT IN "
+                    "(SELECT log_file_id FROM gps_log_file)"),
               0);
 }
 
@@ -297,7 +299,8 @@ TEST_F(GpsCommand, AMissingRootOrABadZoneIsReportedBeforeAnythingIsRead) {
     MakeCatalogue({});
     ToolRun badZone = RunZandb4({"gps", "import", Root(), file, "--tz", "Atlantis/Capital"});
     EXPECT_EQ(badZone.exitCode, 1);
-    EXPECT_TRUE(Contains(badZone.err, "zandb4 gps import: bad zone 'Atlantis/Capital': not UTC, an offset")) << badZone.err;
+    EXPECT_TRUE(Contains(badZone.err, "zandb4 gps import: bad zone 'Atlantis/Capital': not UTC, an offset"))
+        << badZone.err;
     EXPECT_EQ(Count(Location(), "SELECT COUNT(*) FROM gps_log_file"), 0);
 }
 
@@ -313,7 +316,8 @@ TEST_F(GpsCommand, ALogStoreThatIsNoDatabaseIsNamedByImportAndLs) {
     ToolRun listed = RunZandb4({"gps", "ls", Root()});
     EXPECT_EQ(listed.exitCode, 4);
     EXPECT_EQ(listed.out, "");
-    EXPECT_EQ(listed.err, "zandb4 gps ls: " + Location().string() + ": not a database (the file is not an SQLite file)\n");
+    EXPECT_EQ(listed.err,
+              "zandb4 gps ls: " + Location().string() + ": not a database (the file is not an SQLite file)\n");
     std::ifstream stored(Location(), std::ios::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stored), std::istreambuf_iterator<char>()),
               std::string(8192, 'x'));
@@ -412,12 +416,12 @@ TEST_F(GpsCommand, LsListsTheLogsWithTheirSpansAndPoints) {
 // The files of the geotagging tests. Their shooting dates are as a camera
 // set to UTC+02:00 wrote them.
 const std::vector<CatalogueFileRow> kShots = {
-    {1, "/photos/exact.jpg", "exact.jpg", 1, Packed(2021, 7, 1, 12, 2, 0)},        // at the second point
-    {2, "/photos/between.jpg", "between.jpg", 1, Packed(2021, 7, 1, 12, 0, 30)},   // a quarter on to the second
-    {3, "/photos/gap.jpg", "gap.jpg", 1, Packed(2021, 7, 1, 13, 0, 0)},            // between the two tracks
-    {4, "/photos/new year.jpg", "new year.jpg", 1, Packed(2022, 1, 1, 0, 0, 0)},   // outside every track
-    {5, "/photos/noon.jpg", "noon.jpg", 1, Packed(2021, 7, 1, 14, 0, 50)},         // half way on the noon track
-    {6, "/photos/placed.jpg", "placed.jpg", 1, Packed(2021, 7, 1, 12, 2, 0)},      // has a position
+    {1, "/photos/exact.jpg", "exact.jpg", 1, Packed(2021, 7, 1, 12, 2, 0)},       // at the second point
+    {2, "/photos/between.jpg", "between.jpg", 1, Packed(2021, 7, 1, 12, 0, 30)},  // a quarter on to the second
+    {3, "/photos/gap.jpg", "gap.jpg", 1, Packed(2021, 7, 1, 13, 0, 0)},           // between the two tracks
+    {4, "/photos/new year.jpg", "new year.jpg", 1, Packed(2022, 1, 1, 0, 0, 0)},  // outside every track
+    {5, "/photos/noon.jpg", "noon.jpg", 1, Packed(2021, 7, 1, 14, 0, 50)},        // half way on the noon track
+    {6, "/photos/placed.jpg", "placed.jpg", 1, Packed(2021, 7, 1, 12, 2, 0)},     // has a position
     {7, "/photos/undated.jpg", "undated.jpg", 1, 0},
 };
 
@@ -509,10 +513,11 @@ TEST_F(GpsGeotag, ADryRunReportsThePositionsAndWritesNothing) {
     auto before = zandb4::testing::SnapshotTree(m_root.Path());
     ToolRun run = RunZandb4({"gps", "geotag", Root(), "--offset", "+02:00", "--dry-run"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_TRUE(Contains(run.out, "would position 3 files (dry run: nothing written)\n"
-                                  "  /photos/between.jpg\t2021-07-01 12:00:30\t48.0625\t11.125\n"
-                                  "  /photos/exact.jpg\t2021-07-01 12:02:00\t48.25\t11.5\n"
-                                  "  /photos/noon.jpg\t2021-07-01 14:00:50\t49.0625\t12.125\n"))
+    EXPECT_TRUE(Contains(run.out,
+                         "would position 3 files (dry run: nothing written)\n"
+                         "  /photos/between.jpg\t2021-07-01 12:00:30\t48.0625\t11.125\n"
+                         "  /photos/exact.jpg\t2021-07-01 12:02:00\t48.25\t11.5\n"
+                         "  /photos/noon.jpg\t2021-07-01 14:00:50\t49.0625\t12.125\n"))
         << run.out;
     ExpectPosition(1, 0, 0);
     ExpectPosition(2, 0, 0);

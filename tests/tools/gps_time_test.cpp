@@ -1,6 +1,8 @@
 // Moments of the gps commands: calendar arithmetic in seconds, GPX times,
 // offsets from UTC and local zones (fixed, by name, the machine's), and the
 // position at a moment between two track points.
+#include "gps_time.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -8,7 +10,6 @@
 #include <optional>
 #include <string>
 
-#include "gps_time.h"
 #include "track_timeline.h"
 
 namespace {
@@ -108,10 +109,10 @@ TEST(GpsTime, GpxTimesInTheirFormsAndWhatIsNotOne) {
     EXPECT_EQ(ParseGpxTime("2021-03-04T07:36:07+02:30"), moment);
     EXPECT_EQ(ParseGpxTime("2021-03-03T23:06:07-06:00"), moment);
     EXPECT_EQ(ParseGpxTime("2021-03-04T05:06:07+00:00"), moment);
-    for (const char* bad : {"", "2021-03-04", "2021-03-04 05:06:07Z", "2021-3-4T05:06:07Z", "2021-03-04T05:06:07.Z",
-                            "2021-03-04T05:06:07z", "2021-03-04T05:06:07+0200", "2021-03-04T05:06:07+15:00",
-                            "2021-03-04T24:00:00Z", "2021-02-30T00:00:00Z", "2021-03-04T05:06:07Z trailing",
-                            "yesterday"})
+    for (const char* bad :
+         {"", "2021-03-04", "2021-03-04 05:06:07Z", "2021-3-4T05:06:07Z", "2021-03-04T05:06:07.Z",
+          "2021-03-04T05:06:07z", "2021-03-04T05:06:07+0200", "2021-03-04T05:06:07+15:00", "2021-03-04T24:00:00Z",
+          "2021-02-30T00:00:00Z", "2021-03-04T05:06:07Z trailing", "yesterday"})
         EXPECT_EQ(ParseGpxTime(bad), std::nullopt) << bad;
 }
 

@@ -2,6 +2,8 @@
 // with their UTC moments, the points it skips and why, what it says about
 // files that are not XML or not GPX, and that it reads a stream in pieces
 // of any size without keeping the text it does not need.
+#include "gpx_reader.h"
+
 #include <gtest/gtest.h>
 
 #include <clocale>
@@ -10,7 +12,6 @@
 #include <vector>
 
 #include "gps_time.h"
-#include "gpx_reader.h"
 #include "support/temp_folder.h"
 #include "tool_test_support.h"
 
@@ -60,16 +61,17 @@ const std::string kGpx11Head =
     "<gpx version=\"1.1\" creator=\"test\" xmlns=\"http://www.topografix.com/GPX/1/1\">\n";
 
 TEST(GpxReader, ReadsTheTrackPointsOfTwoTracksOfGpx11) {
-    const std::string text = kGpx11Head +
-                             "<trk><name>morning</name><trkseg>\n"
-                             "<trkpt lat=\"52.5\" lon=\"13.25\"><ele>34</ele><time>2021-03-04T05:06:07Z</time></trkpt>\n"
-                             "<trkpt lat=\"-33.875\" lon=\"-151.5\"><time>2021-03-04T05:07:07.750Z</time></trkpt>\n"
-                             "</trkseg><trkseg>\n"
-                             "<trkpt lat=\"+1\" lon=\"2\"><time>2021-03-04T07:00:00+02:00</time></trkpt>\n"
-                             "</trkseg></trk>\n"
-                             "<trk><trkseg><trkpt lat=\"0\" lon=\"180\"><time>1999-12-31T23:59:59</time></trkpt>"
-                             "</trkseg></trk>\n"
-                             "</gpx>\n";
+    const std::string text =
+        kGpx11Head +
+        "<trk><name>morning</name><trkseg>\n"
+        "<trkpt lat=\"52.5\" lon=\"13.25\"><ele>34</ele><time>2021-03-04T05:06:07Z</time></trkpt>\n"
+        "<trkpt lat=\"-33.875\" lon=\"-151.5\"><time>2021-03-04T05:07:07.750Z</time></trkpt>\n"
+        "</trkseg><trkseg>\n"
+        "<trkpt lat=\"+1\" lon=\"2\"><time>2021-03-04T07:00:00+02:00</time></trkpt>\n"
+        "</trkseg></trk>\n"
+        "<trk><trkseg><trkpt lat=\"0\" lon=\"180\"><time>1999-12-31T23:59:59</time></trkpt>"
+        "</trkseg></trk>\n"
+        "</gpx>\n";
     CollectingSink sink;
     GpxReadResult result = ReadText(text, sink);
     EXPECT_EQ(result.outcome, Outcome::kRead) << result.reason;
@@ -100,8 +102,7 @@ TEST(GpxReader, ReadsGpx10AndAGpxRootWithoutNamespace) {
     const std::string body =
         "<trk><trkseg><trkpt lat=\"10\" lon=\"20\"><time>2004-01-02T03:04:05Z</time></trkpt></trkseg></trk></gpx>";
     CollectingSink old;
-    GpxReadResult ten =
-        ReadText("<gpx version=\"1.0\" xmlns=\"http://www.topografix.com/GPX/1/0\">" + body, old);
+    GpxReadResult ten = ReadText("<gpx version=\"1.0\" xmlns=\"http://www.topografix.com/GPX/1/0\">" + body, old);
     EXPECT_EQ(ten.outcome, Outcome::kRead) << ten.reason;
     EXPECT_EQ(ten.version, 10);
     ASSERT_EQ(old.points.size(), 1u);
@@ -117,17 +118,17 @@ TEST(GpxReader, ReadsGpx10AndAGpxRootWithoutNamespace) {
 TEST(GpxReader, SkipsPointsWithoutUsableTimeOrPositionAndSaysWhereAndWhy) {
     const std::string text = kGpx11Head +
                              "<trk><trkseg>\n"
-                             "<trkpt lat=\"1\" lon=\"1\"></trkpt>\n"                                            // 4
-                             "<trkpt lat=\"1\" lon=\"1\"><time>  </time></trkpt>\n"                            // 5
-                             "<trkpt lat=\"1\" lon=\"1\"><time>yesterday</time></trkpt>\n"                     // 6
-                             "<trkpt lat=\"1\" lon=\"1\"><time>2021-02-29T00:00:00Z</time></trkpt>\n"          // 7
-                             "<trkpt lat=\"91\" lon=\"1\"><time>2021-03-01T00:00:00Z</time></trkpt>\n"         // 8
-                             "<trkpt lat=\"-90.5\" lon=\"1\"><time>2021-03-01T00:00:01Z</time></trkpt>\n"      // 9
-                             "<trkpt lat=\"1\" lon=\"180.01\"><time>2021-03-01T00:00:02Z</time></trkpt>\n"     // 10
-                             "<trkpt lon=\"1\"><time>2021-03-01T00:00:03Z</time></trkpt>\n"                    // 11
-                             "<trkpt lat=\"north\" lon=\"1\"><time>2021-03-01T00:00:04Z</time></trkpt>\n"      // 12
-                             "<trkpt lat=\"nan\" lon=\"inf\"><time>2021-03-01T00:00:05Z</time></trkpt>\n"      // 13
-                             "<trkpt lat=\"90\" lon=\"-180\"><time>2021-03-01T00:00:06Z</time></trkpt>\n"      // 14
+                             "<trkpt lat=\"1\" lon=\"1\"></trkpt>\n"                                        // 4
+                             "<trkpt lat=\"1\" lon=\"1\"><time>  </time></trkpt>\n"                         // 5
+                             "<trkpt lat=\"1\" lon=\"1\"><time>yesterday</time></trkpt>\n"                  // 6
+                             "<trkpt lat=\"1\" lon=\"1\"><time>2021-02-29T00:00:00Z</time></trkpt>\n"       // 7
+                             "<trkpt lat=\"91\" lon=\"1\"><time>2021-03-01T00:00:00Z</time></trkpt>\n"      // 8
+                             "<trkpt lat=\"-90.5\" lon=\"1\"><time>2021-03-01T00:00:01Z</time></trkpt>\n"   // 9
+                             "<trkpt lat=\"1\" lon=\"180.01\"><time>2021-03-01T00:00:02Z</time></trkpt>\n"  // 10
+                             "<trkpt lon=\"1\"><time>2021-03-01T00:00:03Z</time></trkpt>\n"                 // 11
+                             "<trkpt lat=\"north\" lon=\"1\"><time>2021-03-01T00:00:04Z</time></trkpt>\n"   // 12
+                             "<trkpt lat=\"nan\" lon=\"inf\"><time>2021-03-01T00:00:05Z</time></trkpt>\n"   // 13
+                             "<trkpt lat=\"90\" lon=\"-180\"><time>2021-03-01T00:00:06Z</time></trkpt>\n"   // 14
                              "</trkseg></trk></gpx>\n";
     CollectingSink sink;
     GpxReadResult result = ReadText(text, sink);
@@ -138,11 +139,10 @@ TEST(GpxReader, SkipsPointsWithoutUsableTimeOrPositionAndSaysWhereAndWhy) {
     EXPECT_DOUBLE_EQ(sink.points[0].latitude, 90.0);
     EXPECT_DOUBLE_EQ(sink.points[0].longitude, -180.0);
     ASSERT_EQ(sink.skipped.size(), 10u);
-    const GpxSkipReason expected[] = {GpxSkipReason::kNoTime,     GpxSkipReason::kNoTime,
-                                      GpxSkipReason::kBadTime,    GpxSkipReason::kBadTime,
-                                      GpxSkipReason::kOutOfRange, GpxSkipReason::kOutOfRange,
-                                      GpxSkipReason::kOutOfRange, GpxSkipReason::kNoPosition,
-                                      GpxSkipReason::kNoPosition, GpxSkipReason::kNoPosition};
+    const GpxSkipReason expected[] = {
+        GpxSkipReason::kNoTime,     GpxSkipReason::kNoTime,     GpxSkipReason::kBadTime,    GpxSkipReason::kBadTime,
+        GpxSkipReason::kOutOfRange, GpxSkipReason::kOutOfRange, GpxSkipReason::kOutOfRange, GpxSkipReason::kNoPosition,
+        GpxSkipReason::kNoPosition, GpxSkipReason::kNoPosition};
     for (size_t i = 0; i < sink.skipped.size(); ++i) {
         EXPECT_EQ(sink.skipped[i].reason, expected[i]) << i;
         EXPECT_EQ(sink.skipped[i].line, 4 + i) << i;
@@ -293,8 +293,9 @@ TEST(GpxReader, NumbersDoNotDependOnTheLocale) {
     if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) GTEST_SKIP() << "no de_DE.UTF-8 locale";
     CollectingSink sink;
     GpxReadResult result = ReadText(
-        kGpx11Head + "<trk><trkseg><trkpt lat=\"48.125\" lon=\"11.5\"><time>2020-06-01T10:00:00Z</time></trkpt>"
-                     "<trkpt lat=\"48,125\" lon=\"11,5\"><time>2020-06-01T10:00:01Z</time></trkpt></trkseg></trk></gpx>",
+        kGpx11Head +
+            "<trk><trkseg><trkpt lat=\"48.125\" lon=\"11.5\"><time>2020-06-01T10:00:00Z</time></trkpt>"
+            "<trkpt lat=\"48,125\" lon=\"11,5\"><time>2020-06-01T10:00:01Z</time></trkpt></trkseg></trk></gpx>",
         sink);
     std::setlocale(LC_ALL, before.c_str());
     EXPECT_EQ(result.outcome, Outcome::kRead);
@@ -308,9 +309,10 @@ TEST(GpxReader, NumbersDoNotDependOnTheLocale) {
 TEST(GpxReader, ReadsAFileAndSaysWhyAFileCannotBeRead) {
     TempFolder folder;
     const fs::path file = folder / "it's a track.gpx";
-    zandb4::testing::WriteFile(
-        file, kGpx11Head + "<trk><trkseg><trkpt lat=\"1\" lon=\"2\"><time>2020-06-01T10:00:00Z</time></trkpt>"
-                           "</trkseg></trk></gpx>");
+    zandb4::testing::WriteFile(file,
+                               kGpx11Head +
+                                   "<trk><trkseg><trkpt lat=\"1\" lon=\"2\"><time>2020-06-01T10:00:00Z</time></trkpt>"
+                                   "</trkseg></trk></gpx>");
     CollectingSink sink;
     std::vector<uint64_t> progress;
     GpxReadResult read = ReadGpxFile(file.string(), sink, [&](uint64_t done) { progress.push_back(done); });
