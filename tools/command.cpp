@@ -83,6 +83,29 @@ const Command* FindCommand(std::span<const Command* const> commands, std::string
     return nullptr;
 }
 
+// The commands named by two words whose first word is group ("gps import",
+// "gps ls" for "gps"), in table order.
+std::vector<const Command*> GroupMembers(std::span<const Command* const> commands, std::string_view group) {
+    std::vector<const Command*> members;
+    for (const Command* command : commands)
+        if (command->name.size() > group.size() && command->name.starts_with(group) &&
+            command->name[group.size()] == ' ')
+            members.push_back(command);
+    return members;
+}
+
+// "zandb4 gps --help": the commands of the group with their summaries.
+void PrintGroupHelp(std::string_view group, const std::vector<const Command*>& members, std::ostream& out) {
+    out << "usage: zandb4 " << group << " COMMAND ARGUMENTS...\n"
+        << "       zandb4 " << group << " COMMAND --help\n\ncommands:\n";
+    size_t width = 0;
+    for (const Command* command : members) width = std::max(width, command->name.size());
+    for (const Command* command : members)
+        out << "  " << command->name << std::string(width - command->name.size() + 2, ' ') << command->summary << "\n";
+    out << "\n";
+    PrintExitCodes(out);
+}
+
 const OptionSpec* FindOption(const Command& command, std::string_view name) {
     for (const OptionSpec& option : command.options)
         if (option.name == name) return &option;
@@ -248,15 +271,40 @@ int RunTool(std::span<const Command* const> commands, std::span<const char* cons
             PrintToolHelp(commands, out);
             return kExitOk;
         }
-        if (rest.size() > 1) return report.UsageError("help takes one COMMAND");
-        const Command* command = FindCommand(commands, rest[0]);
-        if (command == nullptr) return report.UsageError("unknown command '" + std::string(rest[0]) + "'");
+        // A command of a group is named by two words: "help gps import".
+        std::vector<const Command*> members = GroupMembers(commands, rest[0]);
+        if (rest.size() == 1 && !members.empty()) {
+            PrintGroupHelp(rest[0], members, out);
+            return kExitOk;
+        }
+        if (rest.size() > (members.empty() ? 1 : 2)) return report.UsageError("help takes one COMMAND");
+        std::string name = rest[0];
+        if (rest.size() == 2) name += std::string(" ") + rest[1];
+        const Command* command = FindCommand(commands, name);
+        if (command == nullptr) return report.UsageError("unknown command '" + name + "'");
         PrintCommandHelp(*command, out);
         return kExitOk;
     }
     if (!first.empty() && first[0] == '-') return report.UsageError("unknown option '" + std::string(first) + "'");
     const Command* command = FindCommand(commands, first);
-    if (command == nullptr) return report.UsageError("unknown command '" + std::string(first) + "'");
+    if (command == nullptr) {
+        std::vector<const Command*> members = GroupMembers(commands, first);
+        if (members.empty()) return report.UsageError("unknown command '" + std::string(first) + "'");
+        if (!rest.empty() && IsHelp(rest[0])) {
+            PrintGroupHelp(first, members, out);
+            return kExitOk;
+        }
+        if (rest.empty()) {
+            std::string names;
+            for (const Command* member : members)
+                names += (names.empty() ? "" : ", ") + std::string(member->name.substr(first.size() + 1));
+            return report.UsageError("missing " + std::string(first) + " COMMAND (" + names + ")");
+        }
+        std::string name = std::string(first) + " " + rest[0];
+        command = FindCommand(commands, name);
+        if (command == nullptr) return report.UsageError("unknown command '" + name + "'");
+        rest = rest.subspan(1);
+    }
     return RunCommand(*command, rest, out, err, errIsTerminal, outIsTerminal);
 }
 

@@ -13,6 +13,10 @@
 // and a minus sign followed by digits only (no option is named so, and the
 // command then says what is wrong with a negative number); --help or -h
 // anywhere before "--" shows the command's help.
+//
+// A command may be named by two words, "gps import": it then belongs to the
+// group of its first word, "zandb4 gps --help" lists the group, and the
+// second word is read before the command's own arguments.
 #pragma once
 
 #include <map>
@@ -78,7 +82,7 @@ struct Invocation {
 };
 
 struct Command {
-    std::string_view name;
+    std::string_view name;     // "ls", or "gps import" for a command of a group
     std::string_view summary;  // one line, for the command list
     // Names of the required operands: "ROOT". The last one may end in "..."
     // ("FOLDER..."): it is then needed once and taken any number of times.

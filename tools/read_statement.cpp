@@ -34,6 +34,8 @@ int ReadStatement::Step() { return m_statement == nullptr ? SQLITE_MISUSE : sqli
 
 int64_t ReadStatement::ColumnInt64(int column) const { return sqlite3_column_int64(m_statement, column); }
 
+double ReadStatement::ColumnDouble(int column) const { return sqlite3_column_double(m_statement, column); }
+
 CZanTString ReadStatement::ColumnText(int column) const {
     const void* text = sqlite3_column_text16(m_statement, column);
     if (text == nullptr) return CZanTString();

@@ -52,6 +52,7 @@ public:
     int Step();
 
     int64_t ColumnInt64(int column) const;
+    double ColumnDouble(int column) const;
     // The text as UTF-16, as SQLite converts it; empty for NULL.
     CZanTString ColumnText(int column) const;
     const void* ColumnBlob(int column) const;

@@ -13,7 +13,8 @@ int main(int argc, char** argv) {
     using namespace zandb4::tool;
     const Command* commands[] = {&InitCommand(), &InfoCommand(), &ListCommand(), &ThumbCommand(), &CommitCommand(),
                                  &TagsCommand(), &AlbumsCommand(), &ImportCommand(),
-                                 &FacesCommand(), &StatsCommand(), &AppLogCommand(), &UpgradeCommand(),
+                                 &FacesCommand(), &StatsCommand(), &AppLogCommand(),
+                                 &GpsImportCommand(), &GpsGeotagCommand(), &GpsListCommand(), &UpgradeCommand(),
                                  &CompactCommand(), &BackupCommand(), &CheckCommand()};
     std::span<const char* const> arguments(argv + 1, static_cast<size_t>(argc > 0 ? argc - 1 : 0));
     int code = RunTool(commands, arguments, std::cout, std::cerr, IsTerminal(STDERR_FILENO), IsTerminal(STDOUT_FILENO));

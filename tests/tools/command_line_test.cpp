@@ -25,7 +25,8 @@ bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-// The command names listed under "commands:" by zandb4 --help.
+// The command names listed under "commands:" by zandb4 --help. A name may
+// be two words ("gps import"); two spaces end it.
 std::vector<std::string> ListedCommands() {
     ToolRun help = RunZandb4({"--help"});
     std::vector<std::string> names;
@@ -35,12 +36,20 @@ std::vector<std::string> ListedCommands() {
         if (line == "commands:") {
             inList = true;
         } else if (inList && line.rfind("  ", 0) == 0) {
-            names.push_back(line.substr(2, line.find(' ', 2) - 2));
+            names.push_back(line.substr(2, line.find("  ", 2) - 2));
         } else if (inList) {
             break;
         }
     }
     return names;
+}
+
+// A command's name as arguments: "gps import" is two.
+std::vector<std::string> Words(const std::string& name) {
+    std::vector<std::string> words;
+    std::istringstream parts(name);
+    for (std::string word; parts >> word;) words.push_back(word);
+    return words;
 }
 
 TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
@@ -49,20 +58,25 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
         EXPECT_EQ(run.exitCode, 0) << option;
         EXPECT_EQ(run.err, "");
         EXPECT_TRUE(Contains(run.out, "usage: zandb4 COMMAND")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  init     make (or open) the catalogue under ROOT")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  info     list the folders and stores")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  ls       list the files of the catalogue")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  thumb    write one stored thumbnail's bytes")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  commit   move the files waiting in staging")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  tags     list the tags of the catalogue")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  albums   list the albums of the catalogue")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  import   add the pictures and movies of folders")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  stats    chart the launches per month")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  applog   show the counters and records of the application log")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  upgrade  bring every store under ROOT to the schema")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  compact  give the free pages of the catalogue")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  backup   copy the database folder under ROOT aside")) << run.out;
-        EXPECT_TRUE(Contains(run.out, "  check    check every store and shard file under ROOT")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  init        make (or open) the catalogue under ROOT")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  info        list the folders and stores")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  ls          list the files of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  thumb       write one stored thumbnail's bytes")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  commit      move the files waiting in staging")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  tags        list the tags of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  albums      list the albums of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  import      add the pictures and movies of folders")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  stats       chart the launches per month")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  applog      show the counters and records of the application log"))
+            << run.out;
+        EXPECT_TRUE(Contains(run.out, "  gps import  store GPX track logs")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  gps geotag  give the files of the catalogue under ROOT without a position"))
+            << run.out;
+        EXPECT_TRUE(Contains(run.out, "  gps ls      list the GPS logs")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  upgrade     bring every store under ROOT to the schema")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  compact     give the free pages of the catalogue")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  backup      copy the database folder under ROOT aside")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "  check       check every store and shard file under ROOT")) << run.out;
         for (const char* code : {"  0  success", "  1  bad usage", "  2  ROOT missing",
                                  "  3  the library could not start", "  4  the catalogue cannot be read",
                                  "  5  the output cannot be written", "  6  import stopped by Ctrl-C"})
@@ -70,19 +84,18 @@ TEST(ToolCommandLine, HelpListsEveryCommandAndTheExitCodes) {
     }
     EXPECT_EQ(ListedCommands(),
               (std::vector<std::string>{"init", "info", "ls", "thumb", "commit", "tags", "albums", "import", "faces",
-                                        "stats", "applog", "upgrade", "compact", "backup", "check"}));
+                                        "stats", "applog", "gps import", "gps geotag", "gps ls", "upgrade", "compact",
+                                        "backup", "check"}));
 }
 
 TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
     TempFolder cwd;
     TreeSnapshot before = SnapshotTree(cwd.Path());
     for (const std::string& command : ListedCommands()) {
-        for (const std::vector<std::string>& arguments :
-             std::vector<std::vector<std::string>>{{command, "--help"},
-                                                   {command, "-h"},
-                                                   {command, "somewhere", "--help"},
-                                                   {command, "--bogus", "-h"},
-                                                   {"help", command}}) {
+        for (const std::vector<std::string>& tail : std::vector<std::vector<std::string>>{
+                 {"--help"}, {"-h"}, {"somewhere", "--help"}, {"--bogus", "-h"}, {"help"}}) {
+            std::vector<std::string> arguments = Words(command);
+            arguments.insert(tail[0] == "help" ? arguments.begin() : arguments.end(), tail.begin(), tail.end());
             ToolRun run = RunZandb4(arguments, cwd.Path());
             EXPECT_EQ(run.exitCode, 0) << command;
             EXPECT_EQ(run.err, "") << command;
@@ -95,6 +108,20 @@ TEST(ToolCommandLine, EveryCommandHasHelpThatTouchesNothing) {
     // In particular "init --help" made no catalogue in a folder "--help".
     EXPECT_EQ(TreeDifference(before, SnapshotTree(cwd.Path())), "");
     EXPECT_FALSE(fs::exists(cwd / "--help"));
+}
+
+TEST(ToolCommandLine, AGroupOfCommandsListsItsCommands) {
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"gps", "--help"}, {"gps", "-h"}, {"help", "gps"}}) {
+        ToolRun run = RunZandb4(arguments);
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.err, "");
+        EXPECT_EQ(run.out.rfind("usage: zandb4 gps COMMAND ARGUMENTS...\n", 0), 0u) << run.out;
+        EXPECT_TRUE(Contains(run.out, "\ncommands:\n  gps import  store GPX track logs")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "\n  gps geotag  ")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "\n  gps ls      ")) << run.out;
+        EXPECT_TRUE(Contains(run.out, "exit codes:")) << run.out;
+    }
 }
 
 TEST(ToolCommandLine, DoubleDashEndsTheOptions) {
@@ -166,6 +193,19 @@ TEST(ToolCommandLine, UsageErrorsSayWhatWasWrong) {
         {{"ls", "r", "--json", "--json"}, "zandb4 ls: option '--json' given twice\n", "Try 'zandb4 ls --help'"},
         {{"ls", "r", "--where"}, "zandb4 ls: option '--where' needs a value (KEY=VALUE)\n", "Try 'zandb4 ls --help'"},
         {{"ls", "r", "--where", "x=1"}, "zandb4 ls: bad condition 'x=1': unknown key 'x'", "Try 'zandb4 ls --help'"},
+        {{"gps"}, "zandb4: missing gps COMMAND (import, geotag, ls)\n", "Try 'zandb4 --help'"},
+        {{"gps", "frob", "r"}, "zandb4: unknown command 'gps frob'\n", "Try 'zandb4 --help'"},
+        {{"help", "gps", "import", "r"}, "zandb4: help takes one COMMAND\n", "Try 'zandb4 --help'"},
+        {{"gps", "import"}, "zandb4 gps import: missing ROOT\n", "Try 'zandb4 gps import --help'"},
+        {{"gps", "import", "r"}, "zandb4 gps import: missing FILE\n", "Try 'zandb4 gps import --help'"},
+        {{"gps", "import", "r", "f", "--offset", "+01:00"},
+         "zandb4 gps import: unknown option '--offset'\n",
+         "Try 'zandb4 gps import --help'"},
+        {{"gps", "import", "r", "f", "--tz"},
+         "zandb4 gps import: option '--tz' needs a value (ZONE)\n",
+         "Try 'zandb4 gps import --help'"},
+        {{"gps", "geotag", "r", "s"}, "zandb4 gps geotag: unexpected argument 's'\n", "Try 'zandb4 gps geotag --help'"},
+        {{"gps", "ls", "r", "--dry-run"}, "zandb4 gps ls: unknown option '--dry-run'\n", "Try 'zandb4 gps ls --help'"},
     };
     TreeSnapshot before = SnapshotTree(cwd.Path());
     for (const Case& usage : cases) {
