@@ -14,6 +14,7 @@
 
 #include "catalogue_report.h"
 #include "commands.h"
+#include "deferred_notes.h"
 #include "file_listing.h"
 #include "frame/com_ptr.h"
 #include "gps_time.h"
@@ -62,28 +63,6 @@ struct FileOutcome {
     uint64_t Unusable() const { return noTime + noPosition; }
 };
 
-// Messages about single files on standard error. On a terminal they wait
-// until the progress bar is done, so that they do not break into its line.
-class Notes {
-public:
-    Notes(const Reporter& report, bool wait) : m_report(report), m_wait(wait) {}
-    void Add(const std::string& text) {
-        if (m_wait)
-            m_waiting.push_back(text);
-        else
-            m_report.Note(text);
-    }
-    void Flush() {
-        for (const std::string& text : m_waiting) m_report.Note(text);
-        m_waiting.clear();
-    }
-
-private:
-    const Reporter& m_report;
-    bool m_wait;
-    std::vector<std::string> m_waiting;
-};
-
 template <class T>
 HRESULT Make(const IID& id, ComPtr<T>& object) {
     return ZanDB4_CreateInstance(&id, reinterpret_cast<void**>(object.Receive()));
@@ -99,7 +78,7 @@ std::string UtcText(int64_t seconds) {
 // failure stops the reading and is kept in Failure().
 class LogWriter : public GpxSink {
 public:
-    LogWriter(IZanDB4GPSLogDBMgr* manager, const LocalZone& zone, FileOutcome& outcome, Notes& notes)
+    LogWriter(IZanDB4GPSLogDBMgr* manager, const LocalZone& zone, FileOutcome& outcome, DeferredNotes& notes)
         : m_manager(manager), m_zone(zone), m_outcome(outcome), m_notes(notes) {}
 
     // The records every point and the log go through, made before reading.
@@ -188,7 +167,7 @@ private:
     IZanDB4GPSLogDBMgr* m_manager;
     const LocalZone& m_zone;
     FileOutcome& m_outcome;
-    Notes& m_notes;
+    DeferredNotes& m_notes;
     ComPtr<IZanDB4GPSLogFileRecord> m_log;
     ComPtr<IZanDB4GPSLogDBRecord> m_point;
     HRESULT m_failure = S_OK;
@@ -226,7 +205,7 @@ struct StoreFailure {
 
 class Importer {
 public:
-    Importer(IZanDB4GPSLogDBMgr* manager, const LocalZone& zone, Notes& notes, ProgressReporter& progress)
+    Importer(IZanDB4GPSLogDBMgr* manager, const LocalZone& zone, DeferredNotes& notes, ProgressReporter& progress)
         : m_manager(manager), m_zone(zone), m_notes(notes), m_progress(progress) {}
 
     // Imports one file into outcome. False when the store failed (then
@@ -275,7 +254,7 @@ public:
 private:
     IZanDB4GPSLogDBMgr* m_manager;
     const LocalZone& m_zone;
-    Notes& m_notes;
+    DeferredNotes& m_notes;
     ProgressReporter& m_progress;
 };
 
@@ -401,7 +380,7 @@ int RunGpsImport(const Invocation& invocation) {
     }
     std::vector<FileOutcome> outcomes;
     StoreFailure failure;
-    Notes notes(report, invocation.errIsTerminal);
+    DeferredNotes notes(report, invocation.errIsTerminal);
     {
         ComPtr<IZanDB4GPSLogDBMgr> manager;
         if (HRESULT made = Make(IID_IZanDB4GPSLogDBMgr, manager); made != S_OK) {

@@ -24,6 +24,7 @@
 
 #include "catalogue_report.h"
 #include "commands.h"
+#include "deferred_notes.h"
 #include "json_writer.h"
 #include "media_files.h"
 #include "media_metadata.h"
@@ -181,27 +182,6 @@ struct FileFacts {
     std::string metadataProblem;  // why the metadata could not be read, if so
 };
 
-// Messages about single files on standard error. On a terminal they wait
-// until the progress bar is done, so that they do not break into its line.
-class FileNotes {
-public:
-    FileNotes(const Reporter& report, bool wait) : m_report(report), m_wait(wait) {}
-    void Add(const std::string& text) {
-        if (m_wait)
-            m_waiting.push_back(text);
-        else
-            m_report.Note(text);
-    }
-    void Flush() {
-        for (const std::string& text : m_waiting) m_report.Note(text);
-        m_waiting.clear();
-    }
-
-private:
-    const Reporter& m_report;
-    bool m_wait;
-    std::vector<std::string> m_waiting;
-};
 
 // Opens the file as the import reads it; an empty answer when it can be
 // read, else the reason.
@@ -232,7 +212,7 @@ public:
 
     // Takes one file. A failure of the library's stores answers its result;
     // a file that cannot be read is counted and answers S_OK.
-    HRESULT Import(const std::string& path, FileNotes& notes) {
+    HRESULT Import(const std::string& path, DeferredNotes& notes) {
         const std::string name = fs::path(path).filename().string();
         const MediaKind* kind = MediaKindOf(name);
         if (kind == nullptr) return S_OK;
@@ -428,7 +408,7 @@ int RunImport(const Invocation& invocation) {
     FolderWalk walk = WalkFolders(folders, invocation.Has("--recursive"));
     summary.found = walk.files.size();
     summary.otherFiles = walk.otherFiles;
-    FileNotes notes(report, invocation.errIsTerminal);
+    DeferredNotes notes(report, invocation.errIsTerminal);
     for (auto& [place, reason] : walk.unreadable) {
         notes.Add(place + ": skipped: " + reason);
         summary.unreadable.push_back({place, reason});
