@@ -27,19 +27,6 @@ constexpr char kCountTable[] = "applog_accumulation_tbl";
 constexpr char kHistoryTable[] = "applog_history_data_tbl";
 constexpr char kInformationTable[] = "applog_information_tbl";
 
-// Runs a statement, handing each row to onRow; SQLite's code for the whole
-// run: SQLITE_OK, or the first failure of prepare, step or finalize.
-template <class OnRow>
-int Run(sqlite3* db, const WCHAR* sql, OnRow&& onRow) {
-    ReadStatement statement(db, sql);
-    if (!statement.IsPrepared()) return statement.Finalize();
-    int step = SQLITE_ROW;
-    while ((step = statement.Step()) == SQLITE_ROW) onRow(statement);
-    int finalized = statement.Finalize();
-    if (step != SQLITE_DONE) return step;
-    return finalized;
-}
-
 void SetProblem(AppLogContents& contents, int code, int busyMilliseconds) {
     contents.problem = ProblemOfCode(code);
     contents.reason = ReasonOfCode(code, busyMilliseconds);
@@ -58,7 +45,7 @@ bool ReadFacts(const fs::path& file, AppLogFileFacts& facts) {
 
 // The rows of a record table, every one of its history or keyed records.
 int ReadRecords(sqlite3* db, const WCHAR* selectAll, std::vector<AppLogRecord>& records) {
-    return Run(db, selectAll, [&](const ReadStatement& row) {
+    return ReadRows(db, selectAll, [&](const ReadStatement& row) {
         AppLogRecord record;
         record.id = row.ColumnInt64(tables::kRecordID);
         record.version = row.ColumnInt64(tables::kRecordVersion);
@@ -112,7 +99,7 @@ AppLogContents ReadAppLog(const fs::path& file, int busyMilliseconds, int64_t no
     // not a database.
     std::vector<std::string> names;
     int code =
-        Run(db, kSelectTableNames, [&](const ReadStatement& row) { names.push_back(row.ColumnText(0).ToUtf8()); });
+        ReadRows(db, kSelectTableNames, [&](const ReadStatement& row) { names.push_back(row.ColumnText(0).ToUtf8()); });
     if (code != SQLITE_OK) {
         SetProblem(contents, code, busyMilliseconds);
         return contents;
@@ -120,7 +107,7 @@ AppLogContents ReadAppLog(const fs::path& file, int busyMilliseconds, int64_t no
     auto has = [&](const char* name) { return std::find(names.begin(), names.end(), name) != names.end(); };
     if (has(kVersionTable)) {
         bool first = true;
-        code = Run(db, kSelectVersion, [&](const ReadStatement& row) {
+        code = ReadRows(db, kSelectVersion, [&](const ReadStatement& row) {
             if (first) contents.version = row.ColumnInt64(0);
             first = false;
         });
@@ -137,7 +124,7 @@ AppLogContents ReadAppLog(const fs::path& file, int busyMilliseconds, int64_t no
     }
     if (has(kCountTable)) {
         std::vector<AppLogCounter> counters;
-        code = Run(db, tables::kSelectCounts, [&](const ReadStatement& row) {
+        code = ReadRows(db, tables::kSelectCounts, [&](const ReadStatement& row) {
             counters.push_back(AppLogCounter{row.ColumnInt64(tables::kCountLogID),
                                              row.ColumnInt64(tables::kCountLogType),
                                              row.ColumnInt64(tables::kCountValue)});

@@ -10,6 +10,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
+#include <utility>
 
 #include "zandb4/foundation.h"
 
@@ -69,5 +71,26 @@ private:
     bool m_finalized = false;
     int m_finalizeCode = SQLITE_OK;
 };
+
+// Runs sql with values bound to its parameters in order, handing each row to
+// onRow; SQLite's code for the whole run: SQLITE_OK, or the first failure of
+// the prepare, a step or the finalize.
+template <class OnRow>
+int ReadRows(sqlite3* db, const WCHAR* sql, std::initializer_list<int64_t> values, OnRow&& onRow) {
+    ReadStatement statement(db, sql);
+    if (!statement.IsPrepared()) return statement.Finalize();
+    int index = 1;
+    for (int64_t value : values) statement.BindInt64(index++, value);
+    int step = SQLITE_ROW;
+    while ((step = statement.Step()) == SQLITE_ROW) onRow(statement);
+    int finalized = statement.Finalize();
+    if (step != SQLITE_DONE) return step;
+    return finalized;
+}
+
+template <class OnRow>
+int ReadRows(sqlite3* db, const WCHAR* sql, OnRow&& onRow) {
+    return ReadRows(db, sql, {}, std::forward<OnRow>(onRow));
+}
 
 }  // namespace zandb4::tool

@@ -20,19 +20,6 @@ constexpr WCHAR kSelectPageSize[] = u"PRAGMA page_size";
 constexpr char kFileTable[] = "file_table";
 constexpr char kVersionTable[] = "version_info_table";
 
-// Runs a statement, handing each row to onRow; SQLite's code for the whole
-// run: SQLITE_OK, or the first failure of prepare, step or finalize.
-template <class OnRow>
-int RunQuery(sqlite3* db, const CZanTString& sql, OnRow&& onRow) {
-    ReadStatement statement(db, sql.GetString());
-    if (!statement.IsPrepared()) return statement.Finalize();
-    int step = SQLITE_ROW;
-    while ((step = statement.Step()) == SQLITE_ROW) onRow(statement);
-    int finalized = statement.Finalize();
-    if (step != SQLITE_DONE) return step;
-    return finalized;
-}
-
 // An SQL identifier in double quotes, its own double quotes doubled.
 CZanTString QuotedIdentifier(const std::string& name) {
     std::string quoted = "\"";
@@ -118,7 +105,7 @@ StoreContents ReadStore(const fs::path& file, int busyMilliseconds, RowCounts co
     // that is not a database.
     std::vector<std::string> names;
     int code =
-        RunQuery(db, kSelectTableNames, [&](const ReadStatement& row) { names.push_back(row.ColumnText(0).ToUtf8()); });
+        ReadRows(db, kSelectTableNames, [&](const ReadStatement& row) { names.push_back(row.ColumnText(0).ToUtf8()); });
     if (code != SQLITE_OK) {
         SetProblem(contents, code, busyMilliseconds);
         return contents;
@@ -128,7 +115,7 @@ StoreContents ReadStore(const fs::path& file, int busyMilliseconds, RowCounts co
     }
     if (contents.hasVersionTable) {
         bool first = true;
-        code = RunQuery(db, kSelectVersion, [&](const ReadStatement& row) {
+        code = ReadRows(db, kSelectVersion, [&](const ReadStatement& row) {
             if (first) contents.version = row.ColumnInt64(0);
             first = false;
         });
@@ -137,7 +124,7 @@ StoreContents ReadStore(const fs::path& file, int busyMilliseconds, RowCounts co
             return contents;
         }
     }
-    code = RunQuery(db, kSelectPageSize, [&](const ReadStatement& row) { contents.pageSize = row.ColumnInt64(0); });
+    code = ReadRows(db, kSelectPageSize, [&](const ReadStatement& row) { contents.pageSize = row.ColumnInt64(0); });
     if (code != SQLITE_OK) {
         SetProblem(contents, code, busyMilliseconds);
         return contents;
@@ -147,7 +134,7 @@ StoreContents ReadStore(const fs::path& file, int busyMilliseconds, RowCounts co
         if (counts == RowCounts::kEveryTable || name == kFileTable) {
             CZanTString sql = u"SELECT COUNT(*) FROM ";
             sql += QuotedIdentifier(name);
-            code = RunQuery(db, sql, [&](const ReadStatement& row) { table.rows = row.ColumnInt64(0); });
+            code = ReadRows(db, sql.GetString(), [&](const ReadStatement& row) { table.rows = row.ColumnInt64(0); });
             // The first failing count tells the whole store's problem; the
             // other tables are still listed.
             if (code != SQLITE_OK && contents.problem == StoreProblem::kNone)

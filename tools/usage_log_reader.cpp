@@ -35,22 +35,6 @@ constexpr char kLaunchTable[] = "access_launch_data";
 constexpr char kDailyTable[] = "access_date_log_data";
 constexpr char kVersionTable[] = "version_info_table";
 
-// Runs a statement with the values bound in order, handing each row to
-// onRow; SQLite's code for the whole run: SQLITE_OK, or the first failure
-// of prepare, step or finalize.
-template <class OnRow>
-int Run(sqlite3* db, const WCHAR* sql, std::initializer_list<int64_t> values, OnRow&& onRow) {
-    ReadStatement statement(db, sql);
-    if (!statement.IsPrepared()) return statement.Finalize();
-    int index = 1;
-    for (int64_t value : values) statement.BindInt64(index++, value);
-    int step = SQLITE_ROW;
-    while ((step = statement.Step()) == SQLITE_ROW) onRow(statement);
-    int finalized = statement.Finalize();
-    if (step != SQLITE_DONE) return step;
-    return finalized;
-}
-
 // The day key of a day, as the library's GetDayKey makes it: the packed
 // date with no time of day.
 int64_t DayKey(int year, int month, int day) {
@@ -81,7 +65,7 @@ void SetProblem(UsageStats& stats, int code, int busyMilliseconds) {
 // latest. SQLite's code.
 int WidenByTable(sqlite3* db, const WCHAR* sql, std::optional<YearMonth>& earliest,
                  std::optional<YearMonth>& latest) {
-    return Run(db, sql, {}, [&](const ReadStatement& row) {
+    return ReadRows(db, sql, {}, [&](const ReadStatement& row) {
         // MIN and MAX of no rows are NULL; the packed date of a real day is
         // never 0.
         const int64_t first = row.ColumnInt64(0);
@@ -145,7 +129,7 @@ UsageStats ReadUsageStats(const fs::path& file, int busyMilliseconds, std::optio
     // The schema first: reading it is what meets a lock or a file that is
     // not a database.
     std::vector<std::string> names;
-    int code = Run(db, kSelectTableNames, {},
+    int code = ReadRows(db, kSelectTableNames, {},
                    [&](const ReadStatement& row) { names.push_back(row.ColumnText(0).ToUtf8()); });
     if (code != SQLITE_OK) {
         SetProblem(stats, code, busyMilliseconds);
@@ -154,7 +138,7 @@ UsageStats ReadUsageStats(const fs::path& file, int busyMilliseconds, std::optio
     auto has = [&](const char* name) { return std::find(names.begin(), names.end(), name) != names.end(); };
     if (has(kVersionTable)) {
         bool first = true;
-        code = Run(db, kSelectVersion, {}, [&](const ReadStatement& row) {
+        code = ReadRows(db, kSelectVersion, {}, [&](const ReadStatement& row) {
             if (first) stats.version = row.ColumnInt64(0);
             first = false;
         });
@@ -206,7 +190,7 @@ UsageStats ReadUsageStats(const fs::path& file, int busyMilliseconds, std::optio
 
     if (hasLaunches) {
         std::vector<int64_t> launches(static_cast<size_t>(months), 0);
-        code = Run(db, tables::kSelectLaunchesInRange, {firstDayKey, lastDayKey}, [&](const ReadStatement& row) {
+        code = ReadRows(db, tables::kSelectLaunchesInRange, {firstDayKey, lastDayKey}, [&](const ReadStatement& row) {
             const YearMonth month = MonthOf(row.ColumnInt64(tables::kLaunchDate));
             const int64_t index = static_cast<int64_t>(month.year - from->year) * 12 - from->month + month.month;
             if (index >= 0 && index < months)
@@ -220,14 +204,14 @@ UsageStats ReadUsageStats(const fs::path& file, int busyMilliseconds, std::optio
     }
     if (hasDaily) {
         std::vector<KindBits> kinds;
-        code = Run(db, kSelectKindsInRange, {firstDayKey, lastMoment}, [&](const ReadStatement& row) {
+        code = ReadRows(db, kSelectKindsInRange, {firstDayKey, lastMoment}, [&](const ReadStatement& row) {
             KindBits kind;
             kind.type = static_cast<uint32_t>(row.ColumnInt64(0));
             kinds.push_back(kind);
         });
         for (KindBits& kind : kinds) {
             if (code != SQLITE_OK) break;
-            code = Run(db, tables::kSelectDailyValuesOfTypeInRange, {static_cast<int64_t>(kind.type), firstDayKey,
+            code = ReadRows(db, tables::kSelectDailyValuesOfTypeInRange, {static_cast<int64_t>(kind.type), firstDayKey,
                                                                      lastMoment},
                        [&](const ReadStatement& row) {
                            const uint32_t value = static_cast<uint32_t>(row.ColumnInt64(tables::kDailyData));
