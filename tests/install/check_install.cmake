@@ -226,10 +226,16 @@ expect_installed_library(${client_pkg_config})
 set(root ${WORK}/catalogue)
 set(camera ${WORK}/camera)
 file(MAKE_DIRECTORY ${camera})
-run(0 ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH ${client_cmake} ${root} ${camera})
+# The camera list's cross-process lock file lies in XDG_RUNTIME_DIR, else in
+# /tmp, where another user's lock file of the same name may already lie and
+# not be open to this one. A folder of the test's own keeps it apart, as a
+# user's session does.
+file(MAKE_DIRECTORY ${WORK}/runtime)
+set(client_env ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH XDG_RUNTIME_DIR=${WORK}/runtime)
+run(0 ${client_env} ${client_cmake} ${root} ${camera})
 expect_equal("${out}" "import runs: 1\ncamera files: 1\n" "the find_package client's output")
 expect_equal("${err}" "" "the find_package client's errors")
-run(0 ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH ${client_pkg_config} ${root} ${camera})
+run(0 ${client_env} ${client_pkg_config} ${root} ${camera})
 expect_equal("${out}" "import runs: 2\ncamera files: 1\n" "the pkg-config client's output")
 expect_equal("${err}" "" "the pkg-config client's errors")
 foreach(file ${root}/database/FileBasic.db ${camera}/TethraDB.db)
@@ -240,10 +246,10 @@ endforeach()
 
 # Wrong use is told and fails: no arguments, and a root where no catalogue
 # can be made (a plain file; its "database" folder fails for root too).
-run(2 ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH ${client_cmake})
+run(2 ${client_env} ${client_cmake})
 expect_contains("usage: " "${err}" "the client without arguments")
 file(WRITE ${WORK}/plain-file "not a folder\n")
-run(1 ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH ${client_pkg_config} ${WORK}/plain-file ${camera})
+run(1 ${client_env} ${client_pkg_config} ${WORK}/plain-file ${camera})
 expect_contains("ZanDB4_Initialize failed" "${err}" "the client on a plain file as root")
 
 # The prefix may move: the tool still finds the library beside it, and the
