@@ -155,6 +155,26 @@ foreach(text targets locations config)
 endforeach()
 expect_contains("add_library(ZanDB4::zandb4 SHARED IMPORTED)" "${targets}" "ZanDB4Targets.cmake")
 
+# The version file takes any request of the same major version, up to this
+# one, and turns down the others.
+function(expect_version_answer requested compatible)
+  set(PACKAGE_FIND_VERSION ${requested})
+  string(REPLACE "." ";" parts ${requested})
+  list(GET parts 0 PACKAGE_FIND_VERSION_MAJOR)
+  include(${prefix}/${LIBDIR}/cmake/ZanDB4/ZanDB4ConfigVersion.cmake)
+  expect_equal("${PACKAGE_VERSION}" "${VERSION}" "the package's version")
+  if(compatible AND NOT PACKAGE_VERSION_COMPATIBLE OR NOT compatible AND PACKAGE_VERSION_COMPATIBLE)
+    fail("ZanDB4ConfigVersion.cmake answers ${PACKAGE_VERSION_COMPATIBLE} to a request for ${requested}")
+  endif()
+endfunction()
+expect_version_answer(${SOVERSION} TRUE)
+expect_version_answer(${VERSION} TRUE)
+math(EXPR next_major "${SOVERSION} + 1")
+math(EXPR previous_major "${SOVERSION} - 1")
+expect_version_answer(${next_major}.0 FALSE)
+expect_version_answer(${previous_major}.0 FALSE)
+expect_version_answer(${SOVERSION}.99 FALSE)
+
 # The installed tool finds the installed library through its own run path,
 # relative to where it lies, and not through the build tree.
 run(0 readelf -d ${prefix}/${BINDIR}/zandb4)
@@ -212,6 +232,9 @@ expect_equal("${pc_libdir}" "${libdir}" "zandb4.pc's libdir")
 run(0 ${pkg_env} ${PKG_CONFIG} --cflags --libs zandb4)
 string(STRIP "${out}" pc_flags)
 expect_equal("${pc_flags}" "-I${prefix}/${INCLUDEDIR} -L${libdir} -lzandb4" "pkg-config --cflags --libs zandb4")
+# What the library links itself shows only for a static link.
+run(0 ${pkg_env} ${PKG_CONFIG} --static --libs zandb4)
+expect_contains("-lzandb4 -lsqlite3 -pthread" "${out}" "pkg-config --static --libs zandb4")
 separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
 set(client_pkg_config ${WORK}/client-pkg-config)
 run(0 ${CXX} ${warnings} ${CLIENT_FLAGS} ${SOURCE_DIR}/examples/client/client.cpp -o ${client_pkg_config} ${pc_flags}
