@@ -1,5 +1,7 @@
-// The client example of the README, run against a temporary root, so that
-// the example stays true.
+// The calls of the README's client example (examples/client/client.cpp),
+// against a temporary root, with the rows they leave checked on disk. The
+// example itself is built against an installed copy and run by the install
+// test (tests/install).
 #include <gtest/gtest.h>
 
 #include "support/sqlite_probe.h"
