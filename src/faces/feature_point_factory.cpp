@@ -178,8 +178,11 @@ void CSQLiteFaceFeaturePointDBFactory::DropEmptyShards() {
 
 HRESULT CSQLiteFaceFeaturePointDBFactory::CommitShards() {
     HRESULT result = S_OK;
-    for (auto& [key, shard] : m_shards)
-        if (shard && shard->Commit(false) != S_OK) result = E_FAIL;
+    for (auto& [key, shard] : m_shards) {
+        if (!shard) continue;
+        if (shard->Commit(false) != S_OK) result = E_FAIL;
+        shard->ReleaseCacheMemory();
+    }
     return result;
 }
 

@@ -96,8 +96,10 @@ HRESULT CSQLiteMetaDataDBFactory::GetMetaData(uint32_t* outType, void** outData,
 HRESULT CSQLiteMetaDataDBFactory::CommitShards() {
     // Every shard is committed, even after one failed.
     HRESULT result = S_OK;
-    for (auto& [number, shard] : m_shards)
+    for (auto& [number, shard] : m_shards) {
         if (shard->Commit(false) != S_OK) result = E_FAIL;
+        shard->ReleaseCacheMemory();
+    }
     return result;
 }
 

@@ -73,6 +73,7 @@ HRESULT CSQLiteThumbDBFactory::CommitShards() {
     for (auto& [number, shard] : m_shards) {
         HRESULT committed = shard->Commit(false);
         if (committed != S_OK) return committed;
+        shard->ReleaseCacheMemory();
     }
     return S_OK;
 }

@@ -212,6 +212,10 @@ HRESULT CSQLiteDBBase::UpgradeTables() { return S_OK; }
 
 HRESULT CSQLiteDBBase::Commit(bool force) { return CommitBase(force); }
 
+void CSQLiteDBBase::ReleaseCacheMemory() {
+    if (m_db != nullptr) sqlite3_db_release_memory(m_db);
+}
+
 HRESULT CSQLiteDBBase::CommitBase(bool force) {
     if ((!IsInMemory() && m_folder.IsEmpty()) || m_tooNew || m_db == nullptr) return E_FAIL;
     if (m_volumeSerial != 0) {

@@ -66,6 +66,13 @@ public:
     // E_FAIL without a store path, for a file that is too new, without a
     // connection, or when the volume under the file changed.
     virtual HRESULT Commit(bool force);
+    // Gives back the memory of the connection's page cache that no open
+    // statement holds. A store of many shards calls it after committing them:
+    // every shard keeps its connection open until the library stops, and an
+    // idle connection would otherwise keep its page cache, so that memory
+    // would grow with the number of shards (one per 10 000 ids and kind).
+    // The pages are read from the file again when next needed.
+    void ReleaseCacheMemory();
     // Commits an open transaction and closes. Always S_OK.
     virtual HRESULT Close();
     virtual HRESULT Vacuum();

@@ -464,3 +464,35 @@ TEST_F(ThumbFactory, CountOrphansOfAFolderThatDoesNotExistIsZero) {
 }
 
 }  // namespace
+
+namespace {
+
+// The bytes of page cache the connection of the shard holding id uses now.
+int CacheBytesOf(CSQLiteThumbDBFactory& factory, uint64_t id) {
+    CSQLiteThumbDB* shard = nullptr;
+    if (factory.GetShard(&shard, id) != S_OK || shard == nullptr || shard->m_db == nullptr) return -1;
+    int current = 0, highest = 0;
+    if (sqlite3_db_status(shard->m_db, SQLITE_DBSTATUS_CACHE_USED, &current, &highest, 0) != SQLITE_OK) return -1;
+    return current;
+}
+
+// Every shard stays open until the library stops; a committed shard gives
+// its page cache back, so that the memory of an import does not grow with
+// the number of shards it has touched.
+TEST_F(ThumbFactory, CommitShardsGivesBackTheCacheOfEveryShardAndTheRowsStayReadable) {
+    const std::vector<uint64_t> ids{5, 10005, 20005, 30005};
+    for (uint64_t id : ids) Add(id);
+    for (uint64_t id : ids) ASSERT_GT(CacheBytesOf(m_factory, id), 16 * 1024) << id;
+
+    ASSERT_EQ(m_factory.CommitShards(), S_OK);
+
+    ASSERT_EQ(m_factory.OpenShardCount(), ids.size());
+    for (uint64_t id : ids) EXPECT_LT(CacheBytesOf(m_factory, id), 8 * 1024) << id;
+    for (uint64_t id : ids) {
+        EXPECT_TRUE(m_factory.HasThumbnail(id)) << id;
+        EXPECT_EQ(ThumbRowsOnDisk(ShardFile(id < 10000 ? "00000000.db" : "0000000" + std::to_string(id / 10000) + ".db")),
+                  (Rows{{std::to_string(id), kPictureHex, "0"}}));
+    }
+}
+
+}  // namespace
