@@ -227,6 +227,7 @@ inline void CheckIntegrity(const fs::path& folder, RunLog& log) {
             std::string text;
             for (const auto& row : integrity)
                 for (const auto& cell : row) text += cell + "; ";
+            if (integrity.empty()) text = "no answer, SQLite cannot read it";
             log.Problem(name + " fails the integrity check: " + text);
         }
     }
