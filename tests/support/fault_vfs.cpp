@@ -194,6 +194,7 @@ void FaultVfs::Install() {
 
 void FaultVfs::Reset() {
     Disarm();
+    g_fired.store(0);
     for (auto& count : g_counts) count.store(0);
 }
 
@@ -285,6 +286,7 @@ void FaultSqliteMalloc::Uninstall() {
 
 void FaultSqliteMalloc::Reset() {
     Disarm();
+    g_mallocFired.store(0);
     g_mallocCount.store(0);
 }
 uint64_t FaultSqliteMalloc::Count() { return g_mallocCount.load(); }

@@ -25,7 +25,7 @@ public:
     // front. Safe to call any number of times.
     static void Install();
 
-    // Zeroes the counters and disarms.
+    // Zeroes the counters and the count of failed operations, and disarms.
     static void Reset();
     // How many operations of this kind went through since the last Reset.
     static uint64_t Count(Kind kind);
