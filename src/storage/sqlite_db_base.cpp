@@ -44,8 +44,9 @@ bool IsSoundDatabase(const std::string& path) {
     bool sound = false;
     if (sqlite3_open16(CZanTString::FromUtf8(path.c_str()).GetString(), &db) == SQLITE_OK) {
         Statement check(db, kQuickCheck);
-        sound = check.IsPrepared() && check.Step() == SQLITE_ROW && check.ColumnText(0).Compare(kQuickCheckPassed) == 0 &&
-                check.Step() == SQLITE_DONE && check.Finalize() == SQLITE_OK;
+        sound = check.IsPrepared() && check.Step() == SQLITE_ROW &&
+                check.ColumnText(0).Compare(kQuickCheckPassed) == 0 && check.Step() == SQLITE_DONE &&
+                check.Finalize() == SQLITE_OK;
     }
     sqlite3_close(db);
     return sound;

@@ -17,7 +17,6 @@ public:
     }
 };
 
-[[maybe_unused]] ::testing::Environment* const kMemoryRoots =
-    ::testing::AddGlobalTestEnvironment(new MemoryRoots);
+[[maybe_unused]] ::testing::Environment* const kMemoryRoots = ::testing::AddGlobalTestEnvironment(new MemoryRoots);
 
 }  // namespace

@@ -129,9 +129,12 @@ inline std::vector<FaultPoint> PlanPoints(const OpCounts& dry, uint64_t sampled)
         bool sticky;
     };
     const Mode modes[] = {
-        {FaultVfs::kWrite, SQLITE_FULL, true},          {FaultVfs::kWrite, SQLITE_IOERR_WRITE, false},
-        {FaultVfs::kRead, SQLITE_IOERR_READ, false},    {FaultVfs::kRead, SQLITE_IOERR_READ, true},
-        {FaultVfs::kSync, SQLITE_IOERR_FSYNC, false},   {FaultVfs::kSync, SQLITE_IOERR_FSYNC, true},
+        {FaultVfs::kWrite, SQLITE_FULL, true},
+        {FaultVfs::kWrite, SQLITE_IOERR_WRITE, false},
+        {FaultVfs::kRead, SQLITE_IOERR_READ, false},
+        {FaultVfs::kRead, SQLITE_IOERR_READ, true},
+        {FaultVfs::kSync, SQLITE_IOERR_FSYNC, false},
+        {FaultVfs::kSync, SQLITE_IOERR_FSYNC, true},
         {FaultVfs::kTruncate, SQLITE_IOERR_TRUNCATE, false},
     };
     std::vector<FaultPoint> points;
@@ -163,7 +166,9 @@ inline std::string NameOf(int64_t index) {
     std::snprintf(name, sizeof name, "IMG_%05lld.JPG", static_cast<long long>(index));
     return name;
 }
-inline std::string PathOf(int64_t index) { return "/faults/" + NameOf(index); }
+inline std::string PathOf(int64_t index) {
+    return "/faults/" + NameOf(index);
+}
 
 // A new file record as an import fills it, with its metadata record; null
 // if the factory could not make them (as when allocations fail).
@@ -340,8 +345,7 @@ protected:
     void TearDown() override {
         FaultVfs::Reset();
         while (zandb4::DatabaseRegistry::initCount > 0) ZanDB4_Finalize();
-        double seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - m_begin).count();
+        double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - m_begin).count();
         std::printf("%s: %.1f s\n", ::testing::UnitTest::GetInstance()->current_test_info()->name(), seconds);
     }
 

@@ -18,7 +18,9 @@ std::string BytesOf(IZanDB4FileCache* cache) {
 }
 
 // The bytes of the update of the first file's kind 1 thumbnail.
-std::string UpdatedBytes() { return std::string(900, '\x5A'); }
+std::string UpdatedBytes() {
+    return std::string(900, '\x5A');
+}
 
 class ThumbnailFaults : public FaultTest {
 protected:

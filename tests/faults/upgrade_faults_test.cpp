@@ -31,8 +31,8 @@ protected:
         ASSERT_TRUE(Start(Template(), log));
         ASSERT_EQ(ZanDB4_Finalize(), S_OK);
         const std::pair<const char*, std::string> changes[] = {
-            {"FileBasic.db", old::OldCatalogue()},   {"FileBasicAsync.db", old::OldStaging()},
-            {"UserLog.db", old::OldAccessLog()},     {"Memory.db", old::OldMemoryData()},
+            {"FileBasic.db", old::OldCatalogue()}, {"FileBasicAsync.db", old::OldStaging()},
+            {"UserLog.db", old::OldAccessLog()},   {"Memory.db", old::OldMemoryData()},
             {"Location.db", old::OldGpsLogs()},
         };
         for (const auto& [name, sql] : changes) {
@@ -101,7 +101,8 @@ protected:
     static bool HasLateColumns(const fs::path& file, const std::string& table) {
         SqliteProbe probe(file);
         for (const char* column : old::kLateColumns)
-            if (probe.Integer("SELECT COUNT(*) FROM pragma_table_info('" + table + "') WHERE name='" + column + "'") != 1)
+            if (probe.Integer("SELECT COUNT(*) FROM pragma_table_info('" + table + "') WHERE name='" + column + "'") !=
+                1)
                 return false;
         return true;
     }
