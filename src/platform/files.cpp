@@ -13,7 +13,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
+#include <mutex>
 #include <system_error>
+#include <utility>
 
 namespace zandb4::platform {
 
@@ -123,7 +126,21 @@ int ErrorNumberOf(const std::error_code& error) {
     return error.value() != 0 ? error.value() : EIO;
 }
 
+std::mutex& CopyFaultMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+std::function<int(const std::string&, const std::string&)>& CopyFault() {
+    static std::function<int(const std::string&, const std::string&)> fault;
+    return fault;
+}
+
 }  // namespace
+
+void SetCopyFaultForTesting(std::function<int(const std::string& from, const std::string& target)> fault) {
+    std::lock_guard<std::mutex> guard(CopyFaultMutex());
+    CopyFault() = std::move(fault);
+}
 
 int ShellCopy(const std::string& from, const std::string& toFolder) {
     namespace fs = std::filesystem;
@@ -134,6 +151,12 @@ int ShellCopy(const std::string& from, const std::string& toFolder) {
     std::string name = FindFileName(from);
     while (name.size() > 1 && name.back() == '/') name.pop_back();
     fs::path target = fs::path(toFolder) / name;
+    {
+        std::lock_guard<std::mutex> guard(CopyFaultMutex());
+        if (CopyFault()) {
+            if (int failed = CopyFault()(from, target.string()); failed != 0) return failed;
+        }
+    }
     error.clear();
     fs::file_status source = fs::status(from, error);
     if (error) return ErrorNumberOf(error);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -77,6 +78,11 @@ std::string FindFileName(const std::string& path);
 // success, else the system's error number of the first failure (or EIO when
 // there is none to tell); a failed copy may leave part of it in place.
 int ShellCopy(const std::string& from, const std::string& toFolder);
+// Test seam: while set, ShellCopy calls it first with the source and the
+// path it would copy to; a non-zero answer becomes the copy's result and
+// nothing is copied, so that a test can stand for a disk that fills up
+// during a backup. An empty function restores the plain copy. Not exported.
+void SetCopyFaultForTesting(std::function<int(const std::string& from, const std::string& target)> fault);
 // The shell's silent rename of a file or folder from to to. 0 on success,
 // else the system's error number.
 int ShellRename(const std::string& from, const std::string& to);

@@ -33,6 +33,25 @@ void RemoveCompanionFiles(const std::string& path) {
     for (const char* suffix : kCompanionSuffixes) platform::DeleteFile(path + suffix);
 }
 
+constexpr WCHAR kQuickCheck[] = u"PRAGMA quick_check;";
+constexpr WCHAR kQuickCheckPassed[] = u"ok";
+
+// Whether SQLite reads the file at path as a sound database: it opens and
+// its quick check answers "ok" alone. Any failure on the way counts as not
+// sound.
+bool IsSoundDatabase(const std::string& path) {
+    sqlite3* db = nullptr;
+    bool sound = false;
+    if (sqlite3_open16(CZanTString::FromUtf8(path.c_str()).GetString(), &db) == SQLITE_OK) {
+        Statement check(db, kQuickCheck);
+        sound = check.IsPrepared() && check.Step() == SQLITE_ROW &&
+                check.ColumnText(0).Compare(kQuickCheckPassed) == 0 && check.Step() == SQLITE_DONE &&
+                check.Finalize() == SQLITE_OK;
+    }
+    sqlite3_close(db);
+    return sound;
+}
+
 }  // namespace
 
 CSQLiteDBBase::CSQLiteDBBase() = default;
@@ -122,12 +141,25 @@ HRESULT CSQLiteDBBase::MakeNewFile(const std::string& path) {
     ExecuteStatement(kBuildWithJournalInMemory);
     HRESULT made = CreateTables();
     // Work a store's CreateTables left in an open transaction belongs in the
-    // file; after a failure it goes with the connection, as it always did.
-    if (made == S_OK && m_db != nullptr && sqlite3_get_autocommit(m_db) == 0) ExecuteStatement(kCommit);
+    // file; after a failure it goes with the connection, as it always did. A
+    // COMMIT that fails (a full disk) means the tables were not made.
+    if (made == S_OK && m_db != nullptr && sqlite3_get_autocommit(m_db) == 0 && ExecuteStatement(kCommit) != S_OK)
+        made = E_FAIL;
     CloseConnection();
 
+    // With its journal in memory, SQLite cannot always undo a write that
+    // failed half way (a disk that filled up while building), and the file
+    // may be torn. Under the final name such a file would fail every read of
+    // the store for good; nothing in it counts yet, so it goes, and the next
+    // Open builds the store again.
+    if (made != S_OK && !IsSoundDatabase(building)) {
+        platform::DeleteFile(building);
+        RemoveCompanionFiles(building);
+        return E_FAIL;
+    }
     // A half-made file goes into place too, so that the next Open does not
-    // try its tables again; only a crash leaves nothing under the final name.
+    // try its tables again; only a crash, or a torn build as above, leaves
+    // nothing under the final name.
     if (!platform::SyncFile(building) || !platform::RenameFile(building, path)) {
         platform::DeleteFile(building);
         return E_FAIL;
