@@ -144,7 +144,7 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
         result = zandb4::CreateInstance(IID_IZanDB4FileDBRecord, reinterpret_cast<void**>(&made));
         if (result != S_OK) return;
         made->SetFileID(fileId);
-        if (mask != 0) read(*static_cast<CZanDB4FileDBRecord*>(made));
+        if (mask != 0) static_cast<CZanDB4FileDBRecord*>(made)->FillUnshared(mask, readRow(*row), rowFields);
         if (cache != nullptr) cache->AddHeld(fileId, made);
         *outRecord = made;
     };

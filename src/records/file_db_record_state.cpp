@@ -61,6 +61,11 @@ HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, FileRowValues&& row, uint
     return S_OK;
 }
 
+void CZanDB4FileDBRecord::FillUnshared(uint32_t mask, FileRowValues&& row, uint32_t rowFields) {
+    if ((mask & m_knownMask) != 0) return;
+    FillFrom(mask & rowFields, std::move(row));
+}
+
 HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, const FileRowValues* row, uint32_t rowFields) {
     // "Any", not "all": a partial record is not completed by a wide request.
     if ((mask & m_knownMask) != 0) return S_OK;
