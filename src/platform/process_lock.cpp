@@ -56,6 +56,12 @@ ProcessLock::Outcome ProcessLock::Acquire(const std::string& name, bool wait) {
     Release();
     std::string path = LockFolder() + "/" + name + ".lock";
     int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    // The file may belong to another user, as in a /tmp shared by every
+    // user: the umask left it without write access for others, and a sticky
+    // folder refuses O_CREAT on another's file. A flock needs no write
+    // access, so the lock is taken on the file opened for reading: the two
+    // users still exclude each other.
+    if (fd < 0 && errno == EACCES) fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return Outcome::kFailed;
     int result;
     do {

@@ -21,6 +21,7 @@
 
 #include "platform/process_lock.h"
 #include "support/temp_folder.h"
+#include "support/unprivileged.h"
 
 namespace {
 
@@ -315,6 +316,40 @@ TEST(PlatformProcessLock, KeptLockStaysHeldAfterItsOwnerLetsGoOfIt) {
     ProcessLock other;
 
     EXPECT_EQ(other.Acquire(name, false), Outcome::kBusy);
+}
+
+// A lock file another user made in a shared folder such as /tmp (sticky,
+// everyone may write) has no write access for others and may not be opened
+// with O_CREAT by them. The lock is still taken, on the file opened for
+// reading, and still excludes the other user's holder.
+TEST(PlatformProcessLock, LockFileOfAnotherUserInASharedFolderStillLocksAndExcludes) {
+    if (::geteuid() != 0) GTEST_SKIP() << "needs root, to make the file of another user";
+    TempFolder temp;
+    fs::path shared = temp.Path() / "shared";
+    fs::create_directories(shared);
+    zandb4::testing::OpenToEveryone(shared, temp.Path().parent_path());
+    ASSERT_EQ(::chmod(shared.c_str(), 01777), 0);
+    LockFolderGuard folder(shared.string());
+    fs::path file = shared / (std::string(kName) + ".lock");
+
+    auto rootHolder = std::make_unique<ProcessLock>();
+    ASSERT_EQ(rootHolder->Acquire(kName, false), Outcome::kAcquired);
+    ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+    bool busyWhileHeld = zandb4::testing::RunUnprivileged([] {
+        ProcessLock other;
+        return other.Acquire(kName, false) == Outcome::kBusy;
+    });
+    rootHolder.reset();
+    bool takenWhenFree = zandb4::testing::RunUnprivileged([] {
+        ProcessLock other;
+        return other.Acquire(kName, false) == Outcome::kAcquired;
+    });
+
+    EXPECT_TRUE(busyWhileHeld);
+    EXPECT_TRUE(takenWhenFree);
+    struct stat info {};
+    ASSERT_EQ(::stat(file.c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, 0u);
 }
 
 }  // namespace
