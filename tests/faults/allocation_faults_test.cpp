@@ -29,13 +29,8 @@ protected:
     std::map<int64_t, uint64_t> Import(const fs::path& root, const uint64_t* nth, bool sticky, RunLog& log,
                                        uint64_t* count = nullptr) {
         std::map<int64_t, uint64_t> committed;
-        if (!Start(root, log)) return committed;
-        IZanDB4FileDBMgr* manager = nullptr;
-        if (ZanDB4_CreateInstance(&IID_IZanDB4FileDBMgr, reinterpret_cast<void**>(&manager)) != S_OK) {
-            log.Problem("no file manager");
-            ZanDB4_Finalize();
-            return committed;
-        }
+        IZanDB4FileDBMgr* manager = StartWithFileManager(root, log);
+        if (manager == nullptr) return committed;
         // The records are made before the fault is armed: the factory's own
         // failures are another program's subject.
         std::vector<IZanDB4FileDBRecord*> records;

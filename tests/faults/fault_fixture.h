@@ -326,6 +326,18 @@ inline bool Start(const fs::path& root, RunLog& log) {
     return false;
 }
 
+// Starts the library on root and gets a file manager (one reference for
+// the caller); null, with the library stopped and a problem noted, if either
+// fails.
+inline IZanDB4FileDBMgr* StartWithFileManager(const fs::path& root, RunLog& log) {
+    if (!Start(root, log)) return nullptr;
+    IZanDB4FileDBMgr* manager = nullptr;
+    if (ZanDB4_CreateInstance(&IID_IZanDB4FileDBMgr, reinterpret_cast<void**>(&manager)) == S_OK) return manager;
+    log.Problem("no file manager");
+    ZanDB4_Finalize();
+    return nullptr;
+}
+
 // Copies a prepared root to a fresh place for one run.
 inline void CopyRoot(const fs::path& from, const fs::path& to) {
     std::error_code error;

@@ -57,13 +57,8 @@ protected:
     Thumbnails Write(const fs::path& root, const FaultPoint* point, RunLog& log, OpCounts* dry = nullptr,
                      OpCounts* end = nullptr) {
         Thumbnails committed;
-        if (!Start(root, log)) return committed;
-        IZanDB4FileDBMgr* manager = nullptr;
-        if (ZanDB4_CreateInstance(&IID_IZanDB4FileDBMgr, reinterpret_cast<void**>(&manager)) != S_OK) {
-            log.Problem("no file manager");
-            ZanDB4_Finalize();
-            return committed;
-        }
+        IZanDB4FileDBMgr* manager = StartWithFileManager(root, log);
+        if (manager == nullptr) return committed;
         FaultVfs::Reset();
         if (point != nullptr) FaultVfs::Arm(point->kind, point->nth, point->code, point->sticky);
         for (const auto& [index, id] : m_files) {
