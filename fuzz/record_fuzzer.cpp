@@ -13,7 +13,6 @@
 // wholly inside the blob.
 #include <cmath>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -32,7 +31,7 @@ constexpr size_t kMaxSteps = 32;
 constexpr size_t kMaxTextUnits = 64;
 constexpr size_t kMaxBlob = 512;
 
-std::unique_ptr<ScratchFolder>* g_root = nullptr;
+ScratchFolder* g_root = nullptr;
 
 std::u16string AsCString(const std::u16string& text) { return text.substr(0, text.find(u'\0')); }
 
@@ -573,8 +572,8 @@ void FeaturePointStep(FuzzedDataProvider& data) {
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     // File and individual records reach the catalogue for lazy reads, so
     // the library runs on an empty root of its own.
-    g_root = new std::unique_ptr<ScratchFolder>(new ScratchFolder("zandb4-record-fuzz"));
-    CZanTString root = (*g_root)->Wide();
+    g_root = new ScratchFolder("zandb4-record-fuzz");
+    CZanTString root = g_root->Wide();
     FUZZ_CHECK(ZanDB4_Initialize(root.GetString()) == S_OK);
     std::atexit([] {
         ZanDB4_Finalize();
