@@ -5,9 +5,11 @@ set -euo pipefail
 # libexiv2-dev: the tool's import reads picture metadata with it (the library
 # does not link it); libjpeg-dev: the tests and the sample make real JPEGs;
 # libexpat1-dev: the tool's gps import parses GPX track logs with it; tzdata:
-# gps import --tz takes zone names from the zone database.
+# gps import --tz takes zone names from the zone database; clang-14 and
+# libclang-rt-14-dev: the fuzz targets build with clang and link libFuzzer
+# and the sanitizer runtimes from the latter.
 packages=(cmake g++ make pkg-config libsqlite3-dev libexiv2-dev libjpeg-dev libexpat1-dev tzdata googletest
-  libgtest-dev libgmock-dev libbenchmark-dev binutils locales)
+  libgtest-dev libgmock-dev libbenchmark-dev binutils locales clang-14 libclang-rt-14-dev)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
