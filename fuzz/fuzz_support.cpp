@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <system_error>
 #include <vector>
 
@@ -76,6 +77,26 @@ std::u16string ConsumeText(FuzzedDataProvider& data, size_t maxUnits) {
             text.push_back(static_cast<char16_t>(data.ConsumeIntegral<uint16_t>()));
     }
     return text;
+}
+
+float ConsumeFloatBits(FuzzedDataProvider& data) {
+    uint32_t bits = data.ConsumeIntegral<uint32_t>();
+    float value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+SYSTEMTIME ConsumeDate(FuzzedDataProvider& data) {
+    SYSTEMTIME date{};
+    date.wYear = data.ConsumeIntegral<uint16_t>();
+    date.wMonth = data.ConsumeIntegral<uint16_t>();
+    date.wDayOfWeek = data.ConsumeIntegral<uint16_t>();
+    date.wDay = data.ConsumeIntegral<uint16_t>();
+    date.wHour = data.ConsumeIntegral<uint16_t>();
+    date.wMinute = data.ConsumeIntegral<uint16_t>();
+    date.wSecond = data.ConsumeIntegral<uint16_t>();
+    date.wMilliseconds = data.ConsumeIntegral<uint16_t>();
+    return date;
 }
 
 }  // namespace zandb4::fuzz

@@ -56,6 +56,12 @@ private:
 // at a time: any value, so NULs, lone surrogates and quotes all occur.
 std::u16string ConsumeText(FuzzedDataProvider& data, size_t maxUnits);
 
+// A float of any bit pattern, NaN and infinities included.
+float ConsumeFloatBits(FuzzedDataProvider& data);
+
+// A date whose every field is any 16-bit value.
+SYSTEMTIME ConsumeDate(FuzzedDataProvider& data);
+
 // Creates an object of the library through its factory; aborts when the
 // factory refuses, since every identifier used here is one it serves.
 template <class T>

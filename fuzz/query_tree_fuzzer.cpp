@@ -31,6 +31,8 @@
 #include "library/database_registry.h"
 
 using zandb4::ComPtr;
+using zandb4::fuzz::ConsumeDate;
+using zandb4::fuzz::ConsumeFloatBits;
 using zandb4::fuzz::ConsumeText;
 using zandb4::fuzz::Create;
 using zandb4::fuzz::HexResult;
@@ -167,23 +169,7 @@ void AddFiles(IZanDB4FileDBMgr* files) {
 float ConsumeFloat(FuzzedDataProvider& data) {
     // Mostly plausible coordinates, sometimes any bit pattern (NaN, inf).
     if (data.ConsumeBool()) return data.ConsumeFloatingPointInRange<float>(-200.0f, 200.0f);
-    uint32_t bits = data.ConsumeIntegral<uint32_t>();
-    float value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-SYSTEMTIME ConsumeDate(FuzzedDataProvider& data) {
-    SYSTEMTIME date{};
-    date.wYear = data.ConsumeIntegral<uint16_t>();
-    date.wMonth = data.ConsumeIntegral<uint16_t>();
-    date.wDayOfWeek = data.ConsumeIntegral<uint16_t>();
-    date.wDay = data.ConsumeIntegral<uint16_t>();
-    date.wHour = data.ConsumeIntegral<uint16_t>();
-    date.wMinute = data.ConsumeIntegral<uint16_t>();
-    date.wSecond = data.ConsumeIntegral<uint16_t>();
-    date.wMilliseconds = data.ConsumeIntegral<uint16_t>();
-    return date;
+    return ConsumeFloatBits(data);
 }
 
 // Accepts result as the answer of a leaf operation: S_OK with a node when

@@ -20,6 +20,8 @@
 #include "fuzz_support.h"
 
 using zandb4::ComPtr;
+using zandb4::fuzz::ConsumeDate;
+using zandb4::fuzz::ConsumeFloatBits;
 using zandb4::fuzz::ConsumeText;
 using zandb4::fuzz::Create;
 using zandb4::fuzz::HexResult;
@@ -43,19 +45,6 @@ void ExpectText(HRESULT result, const CZanTString& got, const std::u16string& ex
 
 bool SameFloat(float a, float b) { return (std::isnan(a) && std::isnan(b)) || a == b; }
 
-SYSTEMTIME ConsumeDate(FuzzedDataProvider& data) {
-    SYSTEMTIME date{};
-    date.wYear = data.ConsumeIntegral<uint16_t>();
-    date.wMonth = data.ConsumeIntegral<uint16_t>();
-    date.wDayOfWeek = data.ConsumeIntegral<uint16_t>();
-    date.wDay = data.ConsumeIntegral<uint16_t>();
-    date.wHour = data.ConsumeIntegral<uint16_t>();
-    date.wMinute = data.ConsumeIntegral<uint16_t>();
-    date.wSecond = data.ConsumeIntegral<uint16_t>();
-    date.wMilliseconds = data.ConsumeIntegral<uint16_t>();
-    return date;
-}
-
 // A date whose fields fit the packed form (one byte each below the year)
 // reads back whole but for milliseconds and day of the week.
 bool FitsPacked(const SYSTEMTIME& date) {
@@ -69,13 +58,6 @@ bool SameDay(const SYSTEMTIME& a, const SYSTEMTIME& b) {
 }
 
 bool SameWhole(const SYSTEMTIME& a, const SYSTEMTIME& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
-
-float ConsumeFloat(FuzzedDataProvider& data) {
-    uint32_t bits = data.ConsumeIntegral<uint32_t>();
-    float value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
 
 void FileRecordStep(FuzzedDataProvider& data, IZanDB4FileDBRecord* record) {
     switch (data.ConsumeIntegralInRange<int>(0, 14)) {
@@ -152,8 +134,8 @@ void FileRecordStep(FuzzedDataProvider& data, IZanDB4FileDBRecord* record) {
         case 6: {
             // Mostly plausible positions, sometimes any bit pattern.
             bool plausible = data.ConsumeBool();
-            float latitude = plausible ? data.ConsumeFloatingPointInRange<float>(-100.0f, 100.0f) : ConsumeFloat(data);
-            float longitude = plausible ? data.ConsumeFloatingPointInRange<float>(-200.0f, 200.0f) : ConsumeFloat(data);
+            float latitude = plausible ? data.ConsumeFloatingPointInRange<float>(-100.0f, 100.0f) : ConsumeFloatBits(data);
+            float longitude = plausible ? data.ConsumeFloatingPointInRange<float>(-200.0f, 200.0f) : ConsumeFloatBits(data);
             float beforeLatitude = 0, beforeLongitude = 0;
             FUZZ_CHECK(record->GetGPS(&beforeLatitude, &beforeLongitude) == S_OK);
             bool valid = latitude >= -90.0f && latitude <= 90.0f && longitude >= -180.0f && longitude <= 180.0f;
