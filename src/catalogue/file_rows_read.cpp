@@ -160,13 +160,13 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
 HRESULT FileTableRows::RecordFromRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row,
                                      uint32_t mode) {
     return RecordFromAnyRow(outId, outRecord, row, mode, CZanDB4FileDBRecord::kAllColumns,
-                            [](const Statement& current) { return file_table::ReadRow(current); });
+                            [](const Statement& current) { return file_table::ReadRowView(current); });
 }
 
 HRESULT FileTableRows::RecordFromShortRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row,
                                           uint32_t mode) {
     return RecordFromAnyRow(outId, outRecord, row, mode, file_table::kShortRowFields,
-                            [](const Statement& current) { return file_table::ReadShortRow(current); });
+                            [](const Statement& current) { return file_table::ReadShortRowView(current); });
 }
 
 HRESULT FileTableRows::GetFileRecord(uint64_t fileId, IZanDB4FileDBRecord** outRecord) {

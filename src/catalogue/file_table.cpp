@@ -14,16 +14,28 @@ constexpr WCHAR kSeparator = u'/';
 uint32_t Column32(const Statement& row, int column) { return static_cast<uint32_t>(row.ColumnInt64(column)); }
 bool Flag(const Statement& row, int column) { return row.ColumnInt64(column) != 0; }
 
-}  // namespace
+// A text column as the row form wants it: an owned copy or a view.
+template <class Text>
+Text TextColumn(const Statement& row, int column);
+template <>
+CZanTString TextColumn<CZanTString>(const Statement& row, int column) {
+    return row.ColumnText(column);
+}
+template <>
+std::u16string_view TextColumn<std::u16string_view>(const Statement& row, int column) {
+    return row.ColumnTextView(column);
+}
 
-FileRowValues ReadRow(const Statement& row, int firstColumn) {
+template <class Row>
+Row ReadRowAs(const Statement& row, int firstColumn) {
+    using Text = decltype(Row::filePath);
     auto at = [firstColumn](Column column) { return firstColumn + column; };
     // Each member is made from its column in place, texts included.
-    return FileRowValues{
+    return Row{
         .fileId = static_cast<uint64_t>(row.ColumnInt64(at(kFileId))),
-        .filePath = row.ColumnText(at(kFilePath)),
+        .filePath = TextColumn<Text>(row, at(kFilePath)),
         .diskVsn = Column32(row, at(kDiskVsn)),
-        .fileName = row.ColumnText(at(kFileName)),
+        .fileName = TextColumn<Text>(row, at(kFileName)),
         .fileFormat = Column32(row, at(kFileFormat)),
         .shootingDate = row.ColumnInt64(at(kShootingDate)),
         .latitude = row.ColumnDouble(at(kGpsLatitude)),
@@ -43,13 +55,15 @@ FileRowValues ReadRow(const Statement& row, int firstColumn) {
     };
 }
 
-FileRowValues ReadShortRow(const Statement& row) {
+template <class Row>
+Row ReadShortRowAs(const Statement& row) {
+    using Text = decltype(Row::filePath);
     // The fields the short row does not hold stay at their defaults.
-    return FileRowValues{
+    return Row{
         .fileId = static_cast<uint64_t>(row.ColumnInt64(kShortFileId)),
-        .filePath = row.ColumnText(kShortFilePath),
+        .filePath = TextColumn<Text>(row, kShortFilePath),
         .diskVsn = Column32(row, kShortDiskVsn),
-        .fileName = CZanTString(),
+        .fileName = Text(),
         .fileFormat = Column32(row, kShortFileFormat),
         .shootingDate = row.ColumnInt64(kShortShootingDate),
         .latitude = row.ColumnDouble(kShortGpsLatitude),
@@ -70,6 +84,13 @@ FileRowValues ReadShortRow(const Statement& row) {
         .classifyId = Flag(row, kShortClassifyId) ? 1u : 0u,
     };
 }
+
+}  // namespace
+
+FileRowValues ReadRow(const Statement& row, int firstColumn) { return ReadRowAs<FileRowValues>(row, firstColumn); }
+FileRowView ReadRowView(const Statement& row, int firstColumn) { return ReadRowAs<FileRowView>(row, firstColumn); }
+FileRowValues ReadShortRow(const Statement& row) { return ReadShortRowAs<FileRowValues>(row); }
+FileRowView ReadShortRowView(const Statement& row) { return ReadShortRowAs<FileRowView>(row); }
 
 void BindInsert(Statement& insert, const FileRowValues& row) {
     // Positions of kInsert are those of Column, from 1.

@@ -106,9 +106,13 @@ inline constexpr WCHAR kOrderByDateAndName[] = u" ORDER BY shooting_date ASC, fi
 // The values of the current "SELECT *" row (its file_table columns starting
 // at firstColumn, for joins that put them elsewhere).
 FileRowValues ReadRow(const zandb4::Statement& row, int firstColumn = 0);
+// The same, its texts left where SQLite holds them (valid until the
+// statement steps again).
+FileRowView ReadRowView(const zandb4::Statement& row, int firstColumn = 0);
 // The values of the current kSelectShortRows row; the fields it lacks stay
 // at their defaults, and classify_id keeps only whether there is a class.
 FileRowValues ReadShortRow(const zandb4::Statement& row);
+FileRowView ReadShortRowView(const zandb4::Statement& row);
 // Binds the values of a row to kInsert, with the stored path and name and
 // the derived path_key.
 void BindInsert(zandb4::Statement& insert, const FileRowValues& row);

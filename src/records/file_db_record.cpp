@@ -17,6 +17,8 @@ zandb4::BlockPool& RecordPool() {
     return *pool;
 }
 
+CZanTString CopyOf(std::u16string_view text) { return CZanTString(text.data(), text.size()); }
+
 }  // namespace
 
 static_assert(alignof(CZanDB4FileDBRecord) <= zandb4::BlockPool::kAlignment);
@@ -52,7 +54,7 @@ HRESULT CZanDB4FileDBRecord::SetManage(const uint32_t* manage) { return SetValue
 
 HRESULT CZanDB4FileDBRecord::GetFilePath(CZanTString& outPath, uint32_t* outDiskVsn) {
     ReadFields(kFilePath, nullptr);
-    outPath = m_filePath;
+    outPath = CopyOf(m_filePath.View());
     if (outDiskVsn != nullptr) *outDiskVsn = m_diskVsn;
     return m_filePath.IsEmpty() ? E_FAIL : S_OK;
 }
@@ -60,20 +62,20 @@ HRESULT CZanDB4FileDBRecord::GetFilePath(CZanTString& outPath, uint32_t* outDisk
 HRESULT CZanDB4FileDBRecord::SetFilePath(const WCHAR* path, const uint32_t* diskVsn) {
     if (path == nullptr) return E_INVALIDARG;
     return SetField(kFilePath, [&] {
-        m_filePath = path;
+        m_filePath.Assign(path);
         if (diskVsn != nullptr) m_diskVsn = *diskVsn;
     });
 }
 
 HRESULT CZanDB4FileDBRecord::GetFileName(CZanTString& outName) {
     ReadFields(kFileName, nullptr);
-    outName = m_fileName;
+    outName = CopyOf(m_fileName.View());
     return m_fileName.IsEmpty() ? E_FAIL : S_OK;
 }
 
 HRESULT CZanDB4FileDBRecord::SetFileName(const WCHAR* name) {
     if (name == nullptr) return E_INVALIDARG;
-    return SetField(kFileName, [&] { m_fileName = name; });
+    return SetField(kFileName, [&] { m_fileName.Assign(name); });
 }
 
 HRESULT CZanDB4FileDBRecord::SetFileFormat(const uint32_t* format) { return SetValue(kFileFormat, format, m_fileFormat); }

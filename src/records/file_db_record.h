@@ -29,6 +29,7 @@
 #include "frame/critical_section.h"
 #include "frame/deliver.h"
 #include "records/file_row.h"
+#include "records/inline_text.h"
 #include "zandb4/identifiers.h"
 #include "zandb4/records.h"
 
@@ -73,14 +74,14 @@ public:
     // holds the fields of rowFields (a short row lacks some). A field set in
     // memory is never overwritten by the row.
     HRESULT ReadFields(uint32_t mask, const FileRowValues* row, uint32_t rowFields = kAllColumns);
-    // The same for a row the caller has no further use for: its texts are
-    // moved into the record instead of copied.
-    HRESULT ReadFields(uint32_t mask, FileRowValues&& row, uint32_t rowFields = kAllColumns);
+    // The same for a row read in place from a statement; its texts are
+    // copied before the call returns.
+    HRESULT ReadFields(uint32_t mask, const FileRowView& row, uint32_t rowFields = kAllColumns);
     // The same for a record just made from a row, which no other thread can
     // reach yet (it is in no cache and was handed to nobody): nothing is
     // locked. A search fills a hundred thousand of them under the
     // catalogue's lock, and taking it again for each one is pure cost.
-    void FillUnshared(uint32_t mask, FileRowValues&& row, uint32_t rowFields = kAllColumns);
+    void FillUnshared(uint32_t mask, const FileRowView& row, uint32_t rowFields = kAllColumns);
     // A writer that has just drawn this record's id knows that no row of it
     // exists yet. While absent is set, ReadFields answers as a read that
     // finds no row does (E_FAIL, nothing filled in) without asking the
@@ -157,10 +158,10 @@ protected:
 private:
     // The store's lock, or nothing when the record has no store.
     std::unique_lock<CCriticalSection> LockStore();
-    // Copies the fields of mask that are not known yet out of row.
-    // Row is a FileRowValues, const (copied from) or not (its texts moved).
+    // Copies the fields of mask that are not known yet out of row, a
+    // FileRowValues or a FileRowView.
     template <class Row>
-    void FillFrom(uint32_t mask, Row&& row);
+    void FillFrom(uint32_t mask, const Row& row);
     // A getter that reads its field first: E_INVALIDARG for a null out
     // (nothing read), else the member as the read left it.
     template <class T>
@@ -191,9 +192,11 @@ private:
     bool m_rowAbsent = false;
     uint64_t m_fileId = 0;
     uint32_t m_manage = 0;
-    CZanTString m_filePath;
+    // Room for the path and the name of nearly every file inside the record
+    // (80 and 40 UTF-16 units); longer ones go to the heap.
+    zandb4::InlineText<80> m_filePath;
     uint32_t m_diskVsn = 0;
-    CZanTString m_fileName;
+    zandb4::InlineText<40> m_fileName;
     uint32_t m_fileFormat = 0;
     int64_t m_shootingDate = 0;
     uint16_t m_thumbnailWidth = 0;

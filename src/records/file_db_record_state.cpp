@@ -13,18 +13,25 @@ using zandb4::ComPtr;
 // serial along, a position both coordinates; the parent's date is
 // deliberately not taken from the row, only SetParent fills it. The fields
 // to fill are worked out once; only they become known.
+namespace {
+
+std::u16string_view TextOf(const CZanTString& text) { return text.Value(); }
+std::u16string_view TextOf(std::u16string_view text) { return text; }
+
+}  // namespace
+
 template <class Row>
-void CZanDB4FileDBRecord::FillFrom(uint32_t mask, Row&& row) {
+void CZanDB4FileDBRecord::FillFrom(uint32_t mask, const Row& row) {
     constexpr uint32_t kFields = kManage | kFilePath | kFileName | kFileFormat | kShootingDate | kThumbnailSize |
                                  kThumbnailOrientation | kGps | kFileAttributes | kDidEdit | kIsFavorite |
                                  kDidDetectFace | kAlbumId | kParent | kUploadFlag | kClassifyId;
     const uint32_t todo = mask & kFields & ~m_knownMask;
     if (todo & kManage) m_manage = row.manage;
     if (todo & kFilePath) {
-        m_filePath = std::forward<Row>(row).filePath;
+        m_filePath.Assign(TextOf(row.filePath));
         m_diskVsn = row.diskVsn;
     }
-    if (todo & kFileName) m_fileName = std::forward<Row>(row).fileName;
+    if (todo & kFileName) m_fileName.Assign(TextOf(row.fileName));
     if (todo & kFileFormat) m_fileFormat = row.fileFormat;
     if (todo & kShootingDate) m_shootingDate = row.shootingDate;
     if (todo & kThumbnailSize) {
@@ -54,16 +61,16 @@ std::unique_lock<CCriticalSection> CZanDB4FileDBRecord::LockStore() {
     return std::unique_lock<CCriticalSection>(m_store->RowLock());
 }
 
-HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, FileRowValues&& row, uint32_t rowFields) {
+HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, const FileRowView& row, uint32_t rowFields) {
     if ((mask & m_knownMask) != 0) return S_OK;
     auto lock = LockStore();
-    FillFrom(mask & rowFields, std::move(row));
+    FillFrom(mask & rowFields, row);
     return S_OK;
 }
 
-void CZanDB4FileDBRecord::FillUnshared(uint32_t mask, FileRowValues&& row, uint32_t rowFields) {
+void CZanDB4FileDBRecord::FillUnshared(uint32_t mask, const FileRowView& row, uint32_t rowFields) {
     if ((mask & m_knownMask) != 0) return;
-    FillFrom(mask & rowFields, std::move(row));
+    FillFrom(mask & rowFields, row);
 }
 
 HRESULT CZanDB4FileDBRecord::ReadFields(uint32_t mask, const FileRowValues* row, uint32_t rowFields) {

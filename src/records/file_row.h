@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <set>
+#include <string_view>
 
 #include "frame/critical_section.h"
 #include "zandb4/foundation.h"
@@ -16,11 +17,13 @@
 
 // The columns of a file_table row. Paths stand as the caller has them; the
 // catalogue applies its separator rules and derives path_key on the way in.
-struct FileRowValues {
+// Text is the type of the two texts: an owned string, or a view.
+template <class Text>
+struct FileRowOf {
     uint64_t fileId = 0;
-    CZanTString filePath;
+    Text filePath;
     uint32_t diskVsn = 0;
-    CZanTString fileName;
+    Text fileName;
     uint32_t fileFormat = 0;
     int64_t shootingDate = 0;
     double latitude = 0;
@@ -38,6 +41,14 @@ struct FileRowValues {
     bool uploadFlag = false;
     uint32_t classifyId = 0;
 };
+
+// A row that owns its values: what is written, and what a record reads of
+// its own row.
+using FileRowValues = FileRowOf<CZanTString>;
+// A row read in place: its texts point into the statement's current row and
+// stay valid only until the statement steps again. A search fills records
+// from these, so no string is made per row only to be copied and dropped.
+using FileRowView = FileRowOf<std::u16string_view>;
 
 // The catalogue as a file record sees it. CSQLiteFileBasicDB implements it.
 // Every operation but RowLock expects the caller to hold RowLock.

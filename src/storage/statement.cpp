@@ -35,14 +35,9 @@ void Statement::BindBlob(int index, const void* data, int size) {
 
 int Statement::Step() { return m_statement == nullptr ? SQLITE_MISUSE : sqlite3_step(m_statement); }
 
-int32_t Statement::ColumnInt(int column) const { return sqlite3_column_int(m_statement, column); }
-int64_t Statement::ColumnInt64(int column) const { return sqlite3_column_int64(m_statement, column); }
-double Statement::ColumnDouble(int column) const { return sqlite3_column_double(m_statement, column); }
 CZanTString Statement::ColumnText(int column) const {
-    const void* text = sqlite3_column_text16(m_statement, column);
-    if (text == nullptr) return CZanTString();
-    int bytes = sqlite3_column_bytes16(m_statement, column);
-    return CZanTString(static_cast<const WCHAR*>(text), static_cast<size_t>(bytes) / 2);
+    std::u16string_view text = ColumnTextView(column);
+    return CZanTString(text.data(), text.size());
 }
 const void* Statement::ColumnBlob(int column) const { return sqlite3_column_blob(m_statement, column); }
 int Statement::ColumnBytes(int column) const { return sqlite3_column_bytes(m_statement, column); }

@@ -8,6 +8,7 @@
 #include <sqlite3.h>
 
 #include <cstdint>
+#include <string_view>
 
 #include "zandb4/foundation.h"
 
@@ -32,10 +33,20 @@ public:
     // sqlite3_step's answer: SQLITE_ROW (100), SQLITE_DONE (101) or an error.
     int Step();
 
-    int32_t ColumnInt(int column) const;
-    int64_t ColumnInt64(int column) const;
-    double ColumnDouble(int column) const;
+    // Defined here so that a row reader's twenty column reads a row become
+    // direct calls into SQLite.
+    int32_t ColumnInt(int column) const { return sqlite3_column_int(m_statement, column); }
+    int64_t ColumnInt64(int column) const { return sqlite3_column_int64(m_statement, column); }
+    double ColumnDouble(int column) const { return sqlite3_column_double(m_statement, column); }
     CZanTString ColumnText(int column) const;
+    // The text of the column where SQLite holds it, without a copy: valid
+    // until the statement steps, resets or finalizes. NULL reads as empty.
+    std::u16string_view ColumnTextView(int column) const {
+        const void* text = sqlite3_column_text16(m_statement, column);
+        if (text == nullptr) return {};
+        int bytes = sqlite3_column_bytes16(m_statement, column);
+        return {static_cast<const WCHAR*>(text), static_cast<size_t>(bytes) / 2};
+    }
     const void* ColumnBlob(int column) const;
     int ColumnBytes(int column) const;
 
