@@ -104,13 +104,24 @@ void AppendManagedCondition(CZanTString& sql, IZanDB4QueryNode* query) {
 
 int64_t PackedWithoutMilliseconds(const SYSTEMTIME& date) { return CZanTDateTime(date).GetPacked(); }
 
-// The common body of the two row readers: the row is turned into values
-// (by readRow, only when a record will take them) and read into the record
-// it goes to, with the mask of the mode; rowFields says which fields the row
-// form holds.
-template <class ReadRow>
-HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row, uint32_t mode,
-                         uint32_t rowFields, ReadRow&& readRow) {
+// The two row forms a record is made from: "SELECT *" and the short list.
+// Read leaves the texts in the statement's row (valid until the next step).
+struct FullRowForm {
+    static constexpr uint32_t kFields = CZanDB4FileDBRecord::kAllColumns;
+    static FileRowView Read(const Statement& row) { return file_table::ReadRowView(row); }
+};
+struct ShortRowForm {
+    static constexpr uint32_t kFields = file_table::kShortRowFields;
+    static FileRowView Read(const Statement& row) { return file_table::ReadShortRowView(row); }
+};
+
+// The record of the current row: the live record of its file_id, refreshed
+// by the row, or a new one filled from the row with the mask of the mode
+// and added to the cache. cache: the record cache, whose lock the caller
+// holds; null while the library goes down, when a record is still made.
+template <class Form>
+HRESULT RecordFromRowIn(FileRecordCache* cache, uint64_t* outId, IZanDB4FileDBRecord** outRecord,
+                        const Statement* row, uint32_t mode) {
     if (outId != nullptr) *outId = 0;
     if (outRecord != nullptr) *outRecord = nullptr;
     if (row == nullptr) return E_INVALIDARG;
@@ -120,38 +131,40 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
     if (outId != nullptr) *outId = fileId;
     uint32_t mask = MaskOfMode(mode);
 
-    HRESULT result = S_OK;
-    auto read = [&](CZanDB4FileDBRecord& record) {
-        if (record.KnowsAnyOf(mask)) return;
-        record.ReadFields(mask, readRow(*row), rowFields);
-    };
-    auto findOrMake = [&](FileRecordCache* cache) {
-        IZanDB4FileDBRecord* live = nullptr;
-        if (cache != nullptr && cache->FindHeld(fileId, &live)) {
-            // The live record is refreshed by the row; ReadFields keeps every
-            // field the record already holds, a client's change included.
-            if (mask != 0) {
-                if (auto* record = dynamic_cast<CZanDB4FileDBRecord*>(live)) read(*record);
-            }
-            if (outRecord != nullptr)
-                *outRecord = live;
-            else
-                live->Release();
-            return;
+    IZanDB4FileDBRecord* live = nullptr;
+    if (cache != nullptr && cache->FindHeld(fileId, &live)) {
+        // The live record is refreshed by the row; ReadFields keeps every
+        // field the record already holds, a client's change included.
+        if (mask != 0) {
+            auto* record = dynamic_cast<CZanDB4FileDBRecord*>(live);
+            if (record != nullptr && !record->KnowsAnyOf(mask)) record->ReadFields(mask, Form::Read(*row), Form::kFields);
         }
-        if (outRecord == nullptr) return;
-        IZanDB4FileDBRecord* made = nullptr;
-        result = zandb4::CreateInstance(IID_IZanDB4FileDBRecord, reinterpret_cast<void**>(&made));
-        if (result != S_OK) return;
-        made->SetFileID(fileId);
-        if (mask != 0) static_cast<CZanDB4FileDBRecord*>(made)->FillUnshared(mask, readRow(*row), rowFields);
-        if (cache != nullptr) cache->AddHeld(fileId, made);
-        *outRecord = made;
-    };
-    // Without a cache (the library is shutting down) a record is still made.
-    if (!FileRecordCache::Use(zandb4::g_fileRecordCache,
-                              [&](FileRecordCache& cache) { findOrMake(&cache); }))
-        findOrMake(nullptr);
+        if (outRecord != nullptr)
+            *outRecord = live;
+        else
+            live->Release();
+        return S_OK;
+    }
+    if (outRecord == nullptr) return S_OK;
+    IZanDB4FileDBRecord* made = nullptr;
+    HRESULT result = zandb4::CreateInstance(IID_IZanDB4FileDBRecord, reinterpret_cast<void**>(&made));
+    if (result != S_OK) return result;
+    made->SetFileID(fileId);
+    if (mask != 0) static_cast<CZanDB4FileDBRecord*>(made)->FillUnshared(mask, Form::Read(*row), Form::kFields);
+    if (cache != nullptr) cache->AddHeld(fileId, made);
+    *outRecord = made;
+    return S_OK;
+}
+
+// The same for one row, taking the cache's lock for it.
+template <class Form>
+HRESULT RecordFromRowThroughCache(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row,
+                                  uint32_t mode) {
+    HRESULT result = S_OK;
+    if (!FileRecordCache::Use(zandb4::g_fileRecordCache, [&](FileRecordCache& cache) {
+            result = RecordFromRowIn<Form>(&cache, outId, outRecord, row, mode);
+        }))
+        result = RecordFromRowIn<Form>(nullptr, outId, outRecord, row, mode);
     return result;
 }
 
@@ -159,14 +172,12 @@ HRESULT RecordFromAnyRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const
 
 HRESULT FileTableRows::RecordFromRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row,
                                      uint32_t mode) {
-    return RecordFromAnyRow(outId, outRecord, row, mode, CZanDB4FileDBRecord::kAllColumns,
-                            [](const Statement& current) { return file_table::ReadRowView(current); });
+    return RecordFromRowThroughCache<FullRowForm>(outId, outRecord, row, mode);
 }
 
 HRESULT FileTableRows::RecordFromShortRow(uint64_t* outId, IZanDB4FileDBRecord** outRecord, const Statement* row,
                                           uint32_t mode) {
-    return RecordFromAnyRow(outId, outRecord, row, mode, file_table::kShortRowFields,
-                            [](const Statement& current) { return file_table::ReadShortRowView(current); });
+    return RecordFromRowThroughCache<ShortRowForm>(outId, outRecord, row, mode);
 }
 
 HRESULT FileTableRows::GetFileRecord(uint64_t fileId, IZanDB4FileDBRecord** outRecord) {
@@ -189,13 +200,31 @@ HRESULT FileTableRows::GetFileRecord(uint64_t fileId, IZanDB4FileDBRecord** outR
 
 namespace {
 
-// Appends the record of every row of statement to records, through the
-// reader of its row form. Records made before a failure stay in the list.
-template <class Reader>
-void CollectRecords(Statement& statement, CZanTList<IZanDB4FileDBRecord*>& records, Reader&& reader) {
-    while (statement.Step() == SQLITE_ROW) {
-        IZanDB4FileDBRecord* record = nullptr;
-        if (reader(&record) == S_OK && record != nullptr) records.AddTail(record);
+// Rows a search turns into records per hold of the record cache's lock.
+// Taking the lock (and a reference on the cache) once for a run of rows
+// instead of once a row is a good part of what a record costs; a thread
+// that releases a record meanwhile waits for at most this many rows.
+constexpr int kRowsPerCacheHold = 64;
+
+// Appends the record of every row of statement, read in the row form Form
+// with the mask of mode, to records. Records made before a failure stay in
+// the list.
+template <class Form>
+void CollectRecords(Statement& statement, CZanTList<IZanDB4FileDBRecord*>& records, uint32_t mode) {
+    // The first step, which runs the search (a sort, or a wait for another
+    // process's lock on the file), is taken outside the cache's lock.
+    int code = statement.Step();
+    auto run = [&](FileRecordCache* cache) {
+        for (int rows = 0; rows < kRowsPerCacheHold && code == SQLITE_ROW; ++rows) {
+            IZanDB4FileDBRecord* record = nullptr;
+            if (RecordFromRowIn<Form>(cache, nullptr, &record, &statement, mode) == S_OK && record != nullptr)
+                records.AddTail(record);
+            code = statement.Step();
+        }
+    };
+    while (code == SQLITE_ROW) {
+        if (!FileRecordCache::Use(zandb4::g_fileRecordCache, [&](FileRecordCache& cache) { run(&cache); }))
+            run(nullptr);
     }
 }
 
@@ -213,10 +242,10 @@ HRESULT FileTableRows::ListFiles(IZanDB4QueryNode* query, uint32_t sortFlag,
     if (sortFlag == 1) sql += file_table::kOrderByDateAndName;
     Statement select(m_store.m_db, sql.GetString());
     if (!select.IsPrepared()) return E_FAIL;
-    CollectRecords(select, records, [&](IZanDB4FileDBRecord** out) {
-        return shortRows ? RecordFromShortRow(nullptr, out, &select, mode)
-                         : RecordFromRow(nullptr, out, &select, mode);
-    });
+    if (shortRows)
+        CollectRecords<ShortRowForm>(select, records, mode);
+    else
+        CollectRecords<FullRowForm>(select, records, mode);
     select.Finalize();
     return NonEmpty(!records.IsEmpty());
 }
@@ -333,8 +362,7 @@ HRESULT FileTableRows::ListFilesByDate(const SYSTEMTIME& first, const SYSTEMTIME
     if (!select.IsPrepared()) return E_FAIL;
     select.BindInt64(1, PackedWithoutMilliseconds(first));
     select.BindInt64(2, PackedWithoutMilliseconds(last));
-    CollectRecords(select, records,
-                   [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
+    CollectRecords<FullRowForm>(select, records, mode);
     select.Finalize();
     return NonEmpty(!records.IsEmpty());
 }
@@ -350,8 +378,7 @@ HRESULT FileTableRows::ListFilesByImport(const SYSTEMTIME& importDate, const uin
     if (!select.IsPrepared()) return E_FAIL;
     select.BindInt64(1, PackedWithoutMilliseconds(importDate));
     if (importClass != nullptr) select.BindInt(2, static_cast<int32_t>(*importClass));
-    CollectRecords(select, records,
-                   [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
+    CollectRecords<FullRowForm>(select, records, mode);
     select.Finalize();
     return NonEmpty(!records.IsEmpty());
 }
@@ -362,8 +389,7 @@ HRESULT FileTableRows::ListFilesOfId(const WCHAR* sql, uint64_t id, CZanTList<IZ
     Statement select(m_store.m_db, sql);
     if (!select.IsPrepared()) return E_FAIL;
     select.BindInt64(1, static_cast<int64_t>(id));
-    CollectRecords(select, records,
-                   [&](IZanDB4FileDBRecord** out) { return RecordFromRow(nullptr, out, &select, mode); });
+    CollectRecords<FullRowForm>(select, records, mode);
     select.Finalize();
     return NonEmpty(!records.IsEmpty());
 }

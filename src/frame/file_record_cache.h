@@ -140,7 +140,8 @@ public:
     // The calling pattern of every user: read the registry's pointer (none:
     // skip the cache), take a reference, read the pointer again and, if it
     // still stands, run work under the cache's lock; then let go of the lock
-    // and the reference. Answers whether work ran.
+    // and the reference. Answers whether work ran. An exception out of work
+    // (a failed allocation) leaves the lock and the reference as well.
     template <class Work>
     static bool Use(FileRecordCacheOf* const& registrySlot, Work&& work) {
         FileRecordCacheOf* cache = registrySlot;
@@ -150,14 +151,14 @@ public:
             --cache->m_refCount;
             return false;
         }
-        bool ran = false;
-        if (registrySlot != nullptr) {
-            CriticalSectionGuard guard(cache->m_lock);
-            work(*cache);
-            ran = true;
-        }
-        cache->Release();
-        return ran;
+        struct Reference {
+            FileRecordCacheOf* cache;
+            ~Reference() { cache->Release(); }
+        } reference{cache};
+        if (registrySlot == nullptr) return false;
+        CriticalSectionGuard guard(cache->m_lock);
+        work(*cache);
+        return true;
     }
 
     // The second stage of a file record's Release: its count has fallen to 1,

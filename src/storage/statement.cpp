@@ -36,8 +36,10 @@ void Statement::BindBlob(int index, const void* data, int size) {
 int Statement::Step() { return m_statement == nullptr ? SQLITE_MISUSE : sqlite3_step(m_statement); }
 
 CZanTString Statement::ColumnText(int column) const {
-    std::u16string_view text = ColumnTextView(column);
-    return CZanTString(text.data(), text.size());
+    const void* text = sqlite3_column_text16(m_statement, column);
+    if (text == nullptr) return CZanTString();
+    int bytes = sqlite3_column_bytes16(m_statement, column);
+    return CZanTString(static_cast<const WCHAR*>(text), static_cast<size_t>(bytes) / 2);
 }
 const void* Statement::ColumnBlob(int column) const { return sqlite3_column_blob(m_statement, column); }
 int Statement::ColumnBytes(int column) const { return sqlite3_column_bytes(m_statement, column); }

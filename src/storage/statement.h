@@ -41,10 +41,16 @@ public:
     CZanTString ColumnText(int column) const;
     // The text of the column where SQLite holds it, without a copy: valid
     // until the statement steps, resets or finalizes. NULL reads as empty.
+    // The text and its length are read from the column's value, which takes
+    // the connection's mutex once instead of twice. That value is SQLite's
+    // "unprotected" kind: the caller must be the only thread on the
+    // connection, as a holder of its store's lock is. The search readers of
+    // the catalogue use it; ColumnText keeps to the guarded calls.
     std::u16string_view ColumnTextView(int column) const {
-        const void* text = sqlite3_column_text16(m_statement, column);
+        sqlite3_value* value = sqlite3_column_value(m_statement, column);
+        const void* text = value == nullptr ? nullptr : sqlite3_value_text16(value);
         if (text == nullptr) return {};
-        int bytes = sqlite3_column_bytes16(m_statement, column);
+        int bytes = sqlite3_value_bytes16(value);
         return {static_cast<const WCHAR*>(text), static_cast<size_t>(bytes) / 2};
     }
     const void* ColumnBlob(int column) const;

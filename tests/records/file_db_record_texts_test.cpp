@@ -3,6 +3,7 @@
 // texts come from rows read in place, are set by a client, or are longer
 // than the room inside the record.
 #include <string>
+#include <vector>
 
 #include "catalogue/file_rows.h"
 #include "file_db_record_fixture.h"
@@ -210,6 +211,58 @@ TEST_F(FileRecordTexts, SearchGivesEachRecordItsOwnTextsWhateverTheirLength) {
         EXPECT_EQ(Known(record), kEveryField);
         record->Release();
     }
+    EXPECT_EQ(DatabaseRegistry::fileRecordCache->Size(), 0u);
+}
+
+TEST_F(FileRecordTexts, LongSearchHandsOutLiveRecordsAndNewOnesAcrossManyRowsInOrder) {
+    // More rows than one hold of the cache's lock covers, with every third
+    // file held live by the client beforehand, its name changed.
+    constexpr int kRows = 300;
+    for (int i = 1; i <= kRows; ++i) {
+        FileRow row;
+        row.fileId = i;
+        row.filePath = "/many/" + std::to_string(i);
+        row.fileName = "N" + std::to_string(i) + ".JPG";
+        row.shootingDate = kShootingPacked + i;
+        InsertFileRow(row);
+    }
+    std::vector<IZanDB4FileDBRecord*> held;
+    for (int i = 3; i <= kRows; i += 3) {
+        IZanDB4FileDBRecord* record = nullptr;
+        {
+            CriticalSectionGuard guard(m_store->m_lock);
+            ASSERT_EQ(FileTableRows(*m_store).GetFileRecord(static_cast<uint64_t>(i), &record), S_OK);
+        }
+        ASSERT_EQ(record->SetFileName(u"changed"), S_OK);
+        held.push_back(record);
+    }
+    ASSERT_EQ(DatabaseRegistry::fileRecordCache->Size(), held.size());
+
+    CZanTList<IZanDB4FileDBRecord*> records;
+    {
+        CriticalSectionGuard guard(m_store->m_lock);
+        ASSERT_EQ(FileTableRows(*m_store).ListFiles(nullptr, 1, records, FileTableRows::kLoadAll), S_OK);
+    }
+    ASSERT_EQ(records.GetCount(), kRows);
+    EXPECT_EQ(DatabaseRegistry::fileRecordCache->Size(), static_cast<size_t>(kRows));
+    int index = 1;
+    for (POSITION position = records.GetHeadPosition(); position != nullptr; ++index) {
+        IZanDB4FileDBRecord* record = records.GetNext(position);
+        uint64_t id = 0;
+        record->GetFileID(&id);
+        ASSERT_EQ(id, static_cast<uint64_t>(index));
+        if (index % 3 == 0) {
+            EXPECT_EQ(record, held[static_cast<size_t>(index / 3 - 1)]);
+            EXPECT_EQ(NameOf(record).Value(), u"changed");
+            EXPECT_EQ(Count(record), 3);  // the client, the search and the cache
+        } else {
+            EXPECT_EQ(NameOf(record), CZanTString::FromUtf8(("N" + std::to_string(index) + ".JPG").c_str()));
+            EXPECT_EQ(Count(record), 2);  // the search and the cache
+        }
+        record->Release();
+    }
+    EXPECT_EQ(DatabaseRegistry::fileRecordCache->Size(), held.size());
+    for (IZanDB4FileDBRecord* record : held) record->Release();
     EXPECT_EQ(DatabaseRegistry::fileRecordCache->Size(), 0u);
 }
 

@@ -210,6 +210,28 @@ TEST_F(StatementTest, NullTextColumnReadsAsEmptyString) {
     EXPECT_TRUE(select.ColumnText(0).IsEmpty());
 }
 
+TEST_F(StatementTest, TextViewReadsWhatColumnTextReadsNullNumbersAndInnerNulIncluded) {
+    ASSERT_EQ(sqlite3_exec(db,
+                           "INSERT INTO t (i, s) VALUES (1, NULL);"
+                           "INSERT INTO t (i, s) VALUES (2, 'a' || char(0) || 'b');"
+                           "INSERT INTO t (i, s) VALUES (3, 42);"
+                           "INSERT INTO t (i, s) VALUES (4, '\xC3\x84rger \xF0\x9F\x98\x80');",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    Statement select(db, u"SELECT i, s FROM t ORDER BY i");
+    const std::u16string expected[] = {u"", std::u16string(u"a\0b", 3), u"42", u"Ärger 😀"};
+    for (const std::u16string& text : expected) {
+        ASSERT_EQ(select.Step(), SQLITE_ROW);
+        std::u16string_view view = select.ColumnTextView(1);
+        EXPECT_EQ(view, text);
+        EXPECT_EQ(select.ColumnText(1).Value(), text);
+        // The view stays valid while other columns of the row are read.
+        select.ColumnInt64(0);
+        EXPECT_EQ(view, text);
+    }
+    EXPECT_EQ(select.Step(), SQLITE_DONE);
+}
+
 TEST_F(StatementTest, FailedPrepareIsNotPreparedAndFinalizesWithThePrepareCode) {
     Statement statement(db, u"SELECT * FROM missing_table");
 
