@@ -26,6 +26,7 @@
 #include "library/database_registry.h"
 #include "records/file_db_record.h"
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ public:
         if (::mkdtemp(pattern.data()) == nullptr) std::abort();
         m_root = pattern;
         CZanTString root = CZanTString::FromUtf8(m_root.c_str());
-        if (ZanDB4_Initialize(root.GetString()) != S_OK) return;
+        if (!zandb4::bench::StartLibrary(root)) return;
         m_store = DatabaseRegistry::fileBasicDB;
         m_albums = MakeInstance<IZanDB4AlbumDBMgr>(IID_IZanDB4AlbumDBMgr);
         ComPtr<IZanDB4TagDBMgr> tags = MakeInstance<IZanDB4TagDBMgr>(IID_IZanDB4TagDBMgr);
@@ -62,6 +63,7 @@ public:
         m_held.clear();
         m_albums = {};
         ZanDB4_Finalize();
+        zandb4::bench::KeptLibraryStopped();
         std::filesystem::remove_all(m_root);
     }
 
@@ -169,11 +171,17 @@ private:
 
 // The catalogue of that many files, built on first use and kept until a
 // catalogue of another size is asked for (the library runs once per process).
-LabelledCatalogue& CatalogueOf(int64_t files) {
+std::unique_ptr<LabelledCatalogue>& CurrentCatalogue() {
     static std::unique_ptr<LabelledCatalogue> current;
+    return current;
+}
+
+LabelledCatalogue& CatalogueOf(int64_t files) {
+    std::unique_ptr<LabelledCatalogue>& current = CurrentCatalogue();
     if (!current || current->Files() != files) {
         current.reset();
         current = std::make_unique<LabelledCatalogue>(files);
+        zandb4::bench::KeepLibraryUp([] { CurrentCatalogue().reset(); });
     }
     return *current;
 }

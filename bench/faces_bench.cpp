@@ -25,6 +25,7 @@
 #include "frame/critical_section.h"
 #include "library/database_registry.h"
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -48,13 +49,14 @@ public:
         if (::mkdtemp(pattern.data()) == nullptr) std::abort();
         m_root = pattern;
         CZanTString root = CZanTString::FromUtf8(m_root.c_str());
-        if (ZanDB4_Initialize(root.GetString()) != S_OK) return;
+        if (!zandb4::bench::StartLibrary(root)) return;
         m_store = DatabaseRegistry::fileBasicDB;
         if (m_store == nullptr) return;
         m_ok = AddFiles() && AddPersons() && AddFaces() && m_store->Commit(false) == S_OK;
     }
     ~FaceCatalogue() {
         ZanDB4_Finalize();
+        zandb4::bench::KeptLibraryStopped();
         std::filesystem::remove_all(m_root);
     }
 
@@ -162,11 +164,17 @@ private:
 
 // The catalogue of that many files, built on first use and kept until one of
 // another size is asked for (the library runs once per process).
-FaceCatalogue& CatalogueOf(int64_t files) {
+std::unique_ptr<FaceCatalogue>& CurrentCatalogue() {
     static std::unique_ptr<FaceCatalogue> current;
+    return current;
+}
+
+FaceCatalogue& CatalogueOf(int64_t files) {
+    std::unique_ptr<FaceCatalogue>& current = CurrentCatalogue();
     if (!current || current->Files() != files) {
         current.reset();
         current = std::make_unique<FaceCatalogue>(files);
+        zandb4::bench::KeepLibraryUp([] { CurrentCatalogue().reset(); });
     }
     return *current;
 }

@@ -26,6 +26,7 @@
 #include "frame/critical_section.h"
 #include "library/database_registry.h"
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -54,7 +55,7 @@ public:
         if (::mkdtemp(pattern.data()) == nullptr) std::abort();
         m_root = pattern;
         CZanTString root = CZanTString::FromUtf8(m_root.c_str());
-        m_ok = ZanDB4_Initialize(root.GetString()) == S_OK && DatabaseRegistry::rfpMgr != nullptr;
+        m_ok = zandb4::bench::StartLibrary(root) && DatabaseRegistry::rfpMgr != nullptr;
     }
     ~FreshLibrary() {
         ZanDB4_Finalize();

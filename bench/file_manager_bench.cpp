@@ -56,6 +56,7 @@
 #include "staging/async_db.h"
 #include "staging/async_file_table.h"
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -185,7 +186,7 @@ bool StartLibrary(const std::string& root) {
     if (g_startedRoot == root) return g_manager != nullptr;
     StopLibrary();
     CZanTString wide = CZanTString::FromUtf8(root.c_str());
-    if (ZanDB4_Initialize(wide.GetString()) != S_OK) return false;
+    if (!zandb4::bench::StartLibrary(wide)) return false;
     g_startedRoot = root;
     return ZanDB4_CreateInstance(&IID_IZanDB4FileDBMgr, reinterpret_cast<void**>(&g_manager)) == S_OK &&
            g_manager != nullptr;
@@ -641,7 +642,7 @@ private:
 bool PrepareEmptyRoot(const std::string& root, int64_t files) {
     StopLibrary();
     CZanTString wide = CZanTString::FromUtf8(root.c_str());
-    if (ZanDB4_Initialize(wide.GetString()) != S_OK) return false;
+    if (!zandb4::bench::StartLibrary(wide)) return false;
     bool made = DatabaseRegistry::thumbMgr != nullptr;
     for (uint32_t kind : {1u, 2u}) {
         CSQLiteThumbDBFactory* factory = made ? DatabaseRegistry::thumbMgr->Factory(kind) : nullptr;

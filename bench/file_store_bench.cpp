@@ -19,6 +19,7 @@
 #include "frame/critical_section.h"
 #include "library/database_registry.h"
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -47,7 +48,7 @@ class Catalogue {
 public:
     explicit Catalogue(int64_t files) : m_root(MakeCatalogueRoot()) {
         CZanTString root = CZanTString::FromUtf8(m_root.c_str());
-        m_started = ZanDB4_Initialize(root.GetString()) == S_OK;
+        m_started = zandb4::bench::StartLibrary(root);
         m_store = zandb4::DatabaseRegistry::fileBasicDB;
         if (!m_started || m_store == nullptr) return;
         for (int64_t id = 1; id <= files; ++id) FileTableRows(*m_store).InsertFileRow(RowOf(static_cast<uint64_t>(id)));

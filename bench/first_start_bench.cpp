@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -17,6 +18,8 @@ std::filesystem::path MakeEmptyRoot() {
 }
 
 void BM_FirstStart(benchmark::State& state) {
+    // A start on a library that another benchmark keeps up would only count.
+    zandb4::bench::StopKeptLibrary();
     for (auto _ : state) {
         state.PauseTiming();
         std::filesystem::path root = MakeEmptyRoot();

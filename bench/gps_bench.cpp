@@ -31,6 +31,7 @@
 
 #include "frame/com_ptr.h"
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -79,7 +80,7 @@ public:
         if (::mkdtemp(pattern.data()) == nullptr) std::abort();
         m_root = pattern;
         CZanTString root = CZanTString::FromUtf8(m_root.c_str());
-        if (ZanDB4_Initialize(root.GetString()) != S_OK) return;
+        if (!zandb4::bench::StartLibrary(root)) return;
         m_manager = MakeInstance<IZanDB4GPSLogDBMgr>(IID_IZanDB4GPSLogDBMgr);
     }
     ~TrackStore() {

@@ -39,6 +39,7 @@
 #include "library/database_registry.h"
 #include "track_timeline.h"
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -103,7 +104,7 @@ private:
         m_root = m_base / "template";
         m_work = m_base / "work";
         CZanTString root = CZanTString::FromUtf8(m_root.c_str());
-        if (ZanDB4_Initialize(root.GetString()) != S_OK) std::abort();
+        if (!zandb4::bench::StartLibrary(root)) std::abort();
         AddFiles();
         AddLogs();
         if (ZanDB4_Finalize() != S_OK) std::abort();

@@ -17,6 +17,7 @@
 #include "shards/shard_files.h"
 #include "shards/thumb_db_mgr.h"
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ public:
         if (::mkdtemp(pattern.data()) == nullptr) std::abort();
         m_root = pattern;
         CZanTString root = CZanTString::FromUtf8(m_root.c_str());
-        m_started = ZanDB4_Initialize(root.GetString()) == S_OK && DatabaseRegistry::fileBasicDB != nullptr &&
+        m_started = zandb4::bench::StartLibrary(root) && DatabaseRegistry::fileBasicDB != nullptr &&
                     ZanDB4_CreateInstance(&IID_IZanDB4DBUtility, reinterpret_cast<void**>(m_utility.Receive())) == S_OK;
     }
     ~Library() {

@@ -21,6 +21,7 @@
 #include "records/file_record_values.h"
 #include "staging/async_db.h"
 #include "zandb4.h"
+#include "library_keeper.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ public:
         if (::mkdtemp(pattern.data()) == nullptr) std::abort();
         m_root = pattern;
         CZanTString root = CZanTString::FromUtf8(m_root.c_str());
-        m_started = ZanDB4_Initialize(root.GetString()) == S_OK && DatabaseRegistry::asyncDB != nullptr;
+        m_started = zandb4::bench::StartLibrary(root) && DatabaseRegistry::asyncDB != nullptr;
     }
     ~Library() {
         ZanDB4_Finalize();

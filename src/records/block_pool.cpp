@@ -44,16 +44,20 @@ BlockPool::BlockPool(size_t blockSize)
 
 BlockPool::~BlockPool() {
     // Slabs that still have blocks out stay: their objects live on.
-    if (m_spare != nullptr) {
-        m_spare->~Slab();
-        ::operator delete(m_spare);
+    while (m_spare != nullptr) {
+        Slab* slab = m_spare;
+        m_spare = slab->next;
+        slab->~Slab();
+        ::operator delete(slab);
     }
 }
 
 BlockPool::Slab* BlockPool::NewSlab() {
     if (m_spare != nullptr) {
         Slab* slab = m_spare;
-        m_spare = nullptr;
+        m_spare = slab->next;
+        slab->next = nullptr;
+        --m_spares;
         return slab;
     }
     void* memory = ::operator new(kSlabSize);
@@ -107,12 +111,14 @@ void BlockPool::Free(void* object) {
         if (!slab->open) LinkOpen(slab);
         return;
     }
-    // The slab is empty: kept as the spare, or handed back.
+    // The slab is empty: kept as a spare, or handed back.
     if (slab->open) UnlinkOpen(slab);
     slab->free = nullptr;
     slab->carved = 0;
-    if (m_spare == nullptr) {
+    if (m_spares < kMaxSpareSlabs) {
+        slab->next = m_spare;
         m_spare = slab;
+        ++m_spares;
         return;
     }
     slab->~Slab();
@@ -123,6 +129,11 @@ void BlockPool::Free(void* object) {
 size_t BlockPool::SlabCount() {
     std::lock_guard<std::mutex> guard(m_mutex);
     return m_slabs;
+}
+
+size_t BlockPool::SpareCount() {
+    std::lock_guard<std::mutex> guard(m_mutex);
+    return m_spares;
 }
 
 }  // namespace zandb4

@@ -6,8 +6,12 @@
 // the records' blocks end up strewn between the strings they hold. A pool
 // keeps the records together in slabs of 64 KiB: a block comes off a slab's
 // free list (or the slab's untouched end) and goes back onto it, and a slab
-// whose last block comes back is handed back at once, except for one kept
-// for the next burst. So the pool holds about what the live objects need.
+// whose last block comes back is kept for the next burst, up to 64 such
+// slabs (4 MiB), and handed back beyond that. So the pool holds what the
+// live objects need and at most 4 MiB more. The kept slabs matter: a client
+// that lists ten thousand files, lets them go and lists again would
+// otherwise hand megabytes back to the C library, which gives them back to
+// the system, and take every page of them again with a fault.
 // Each block starts with a pointer to its slab; the object follows it.
 //
 // Slabs come from the global operator new, unaligned and below the size the
@@ -37,10 +41,13 @@ public:
     // Gives back a block that Allocate handed out.
     void Free(void* block);
 
-    // Slabs held, the kept one included; for tests.
+    // Slabs held, the kept ones included; for tests.
     size_t SlabCount();
+    // Empty slabs kept for the next burst; for tests.
+    size_t SpareCount();
 
     static constexpr size_t kSlabSize = 64 * 1024;
+    static constexpr size_t kMaxSpareSlabs = 64;
     static constexpr size_t kAlignment = 8;
 
 private:
@@ -61,8 +68,10 @@ private:
     const size_t m_blocksPerSlab;
     std::mutex m_mutex;
     Slab* m_open = nullptr;
-    // An empty slab kept for the next burst instead of being handed back.
+    // Empty slabs kept for the next burst instead of being handed back,
+    // linked through their next member.
     Slab* m_spare = nullptr;
+    size_t m_spares = 0;
     size_t m_slabs = 0;
 };
 

@@ -58,16 +58,44 @@ TEST(BlockPoolTest, ABlockGivenBackIsHandedOutAgain) {
     pool.Free(third);
 }
 
-// A burst of blocks, then all of them back: every slab but one goes.
-TEST(BlockPoolTest, EmptiedSlabsAreGivenBackButOne) {
+// A burst of more slabs than are kept, then all of them back: the kept
+// number of empty slabs stays, the rest go.
+TEST(BlockPoolTest, EmptiedSlabsBeyondTheKeptNumberAreGivenBack) {
     BlockPool pool(kBlockSize);
     std::vector<void*> blocks;
-    for (int index = 0; index < 5000; ++index) blocks.push_back(pool.Allocate());
-    EXPECT_GE(pool.SlabCount(), blocks.size() * kBlockSize / BlockPool::kSlabSize);
+    const size_t blocksPerSlab = BlockPool::kSlabSize / (kBlockSize + sizeof(void*));
+    while (blocks.size() < (BlockPool::kMaxSpareSlabs + 10) * blocksPerSlab) blocks.push_back(pool.Allocate());
+    EXPECT_GT(pool.SlabCount(), BlockPool::kMaxSpareSlabs);
 
     for (void* block : blocks) pool.Free(block);
 
-    EXPECT_EQ(pool.SlabCount(), 1u);
+    EXPECT_EQ(pool.SlabCount(), BlockPool::kMaxSpareSlabs);
+    EXPECT_EQ(pool.SpareCount(), BlockPool::kMaxSpareSlabs);
+}
+
+// A burst that fits in the kept number: every slab stays, and the next burst
+// of the same size takes no new slab.
+TEST(BlockPoolTest, EmptiedSlabsAreKeptForTheNextBurst) {
+    BlockPool pool(kBlockSize);
+    std::vector<void*> blocks;
+    for (int index = 0; index < 2000; ++index) blocks.push_back(pool.Allocate());
+    const size_t slabs = pool.SlabCount();
+    ASSERT_GT(slabs, 1u);
+    ASSERT_LE(slabs, BlockPool::kMaxSpareSlabs);
+    for (void* block : blocks) pool.Free(block);
+    EXPECT_EQ(pool.SlabCount(), slabs);
+    EXPECT_EQ(pool.SpareCount(), slabs);
+
+    blocks.clear();
+    for (int index = 0; index < 2000; ++index) {
+        blocks.push_back(pool.Allocate());
+        Stamp(blocks.back(), static_cast<uint8_t>(index % 251));
+    }
+    EXPECT_EQ(pool.SlabCount(), slabs);
+    EXPECT_EQ(pool.SpareCount(), 0u);
+    for (size_t index = 0; index < blocks.size(); ++index)
+        EXPECT_TRUE(Intact(blocks[index], static_cast<uint8_t>(index % 251)));
+    for (void* block : blocks) pool.Free(block);
 }
 
 // Blocks given back in a shuffled order, a few kept: the slabs that hold a
@@ -90,11 +118,12 @@ TEST(BlockPoolTest, SlabsHoldingABlockStayAndTheRestGo) {
             pool.Free(blocks[index]);
     }
 
-    // At most the slab of each kept block, and the spare.
-    EXPECT_LE(pool.SlabCount(), kept.size() + 1);
+    // At most the slab of each kept block, and the spares.
+    EXPECT_LE(pool.SlabCount(), kept.size() + pool.SpareCount());
+    EXPECT_LE(pool.SpareCount(), BlockPool::kMaxSpareSlabs);
     for (size_t index : kept) EXPECT_TRUE(Intact(blocks[index], static_cast<uint8_t>(index % 251)));
     for (size_t index : kept) pool.Free(blocks[index]);
-    EXPECT_EQ(pool.SlabCount(), 1u);
+    EXPECT_EQ(pool.SlabCount(), pool.SpareCount());
 }
 
 // Blocks made on one thread and given back on others, as records are let go
@@ -120,7 +149,9 @@ TEST(BlockPoolTest, ThreadsAllocatingAndFreeingTogetherLoseNothing) {
     second.join();
     third.join();
 
-    EXPECT_EQ(pool.SlabCount(), 1u);
+    // Every slab left is an empty one kept for the next burst.
+    EXPECT_EQ(pool.SlabCount(), pool.SpareCount());
+    EXPECT_LE(pool.SpareCount(), BlockPool::kMaxSpareSlabs);
 }
 
 }  // namespace
