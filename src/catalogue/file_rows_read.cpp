@@ -137,7 +137,8 @@ HRESULT RecordFromRowIn(FileRecordCache* cache, uint64_t* outId, IZanDB4FileDBRe
         // field the record already holds, a client's change included.
         if (mask != 0) {
             auto* record = dynamic_cast<CZanDB4FileDBRecord*>(live);
-            if (record != nullptr && !record->KnowsAnyOf(mask)) record->ReadFields(mask, Form::Read(*row), Form::kFields);
+            if (record != nullptr && !record->KnowsAnyOf(mask))
+                record->ReadFields(mask, Form::Read(*row), Form::kFields);
         }
         if (outRecord != nullptr)
             *outRecord = live;
