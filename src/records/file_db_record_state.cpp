@@ -9,17 +9,18 @@
 
 using zandb4::ComPtr;
 
-// In the order fields have always been filled in. A path brings its volume
-// serial along, a position both coordinates; the parent's date is
-// deliberately not taken from the row, only SetParent fills it. The fields
-// to fill are worked out once; only they become known.
 namespace {
 
+// The text of a row's column, from either row form.
 std::u16string_view TextOf(const CZanTString& text) { return text.Value(); }
 std::u16string_view TextOf(std::u16string_view text) { return text; }
 
 }  // namespace
 
+// In the order fields have always been filled in. A path brings its volume
+// serial along, a position both coordinates; the parent's date is
+// deliberately not taken from the row, only SetParent fills it. The fields
+// to fill are worked out once; only they become known.
 template <class Row>
 void CZanDB4FileDBRecord::FillFrom(uint32_t mask, const Row& row) {
     constexpr uint32_t kFields = kManage | kFilePath | kFileName | kFileFormat | kShootingDate | kThumbnailSize |
