@@ -140,9 +140,7 @@ protected:
         FaultVfs::Reset();
         if (point != nullptr) FaultVfs::Arm(point->kind, point->nth, point->code, point->sticky);
         HRESULT backedUp = utility->BackupDatabases(nullptr, 1);
-        if (end != nullptr) *end = OpCounts::Now();
-        if (point != nullptr && FaultVfs::Fired() == 0) log.Problem("the fault never fired");
-        FaultVfs::Disarm();
+        EndFaultedRun(point, end, log);
         utility->Release();
         manager->Release();
         log.Expect("ZanDB4_Finalize", ZanDB4_Finalize(), {S_OK});

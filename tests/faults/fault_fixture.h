@@ -90,6 +90,15 @@ struct OpCounts {
     }
 };
 
+// The end of a run with a fault armed: the operation counts so far into
+// *end (when asked), a problem when an armed fault never fired, and the VFS
+// passing every call through again.
+inline void EndFaultedRun(const FaultPoint* point, OpCounts* end, RunLog& log) {
+    if (end != nullptr) *end = OpCounts::Now();
+    if (point != nullptr && FaultVfs::Fired() == 0) log.Problem("the fault never fired");
+    FaultVfs::Disarm();
+}
+
 // The operation numbers to fail, 1..count: every one from denseFrom on and
 // wherever the count is small, otherwise every stride-th so that about
 // sampled numbers come before the dense span; the last is always there.

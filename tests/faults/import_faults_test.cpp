@@ -57,9 +57,7 @@ protected:
             if (moved == S_OK && firedBefore == 0 && FaultVfs::Fired() > 0)
                 m_acrossFault.insert(pending.begin(), pending.end());
         }
-        if (end != nullptr) *end = OpCounts::Now();
-        if (point != nullptr && FaultVfs::Fired() == 0) log.Problem("the fault never fired");
-        FaultVfs::Disarm();
+        EndFaultedRun(point, end, log);
         manager->Release();
         log.Expect("ZanDB4_Finalize", ZanDB4_Finalize(), {S_OK});
         return committed;

@@ -88,9 +88,7 @@ protected:
             committed[{first, 1}] = {update};
         else if (updated == S_OK && committed.count({first, 1}) != 0)
             committed[{first, 1}].push_back(update);
-        if (end != nullptr) *end = OpCounts::Now();
-        if (point != nullptr && FaultVfs::Fired() == 0) log.Problem("the fault never fired");
-        FaultVfs::Disarm();
+        EndFaultedRun(point, end, log);
         manager->Release();
         log.Expect("ZanDB4_Finalize", ZanDB4_Finalize(), {S_OK});
         return committed;

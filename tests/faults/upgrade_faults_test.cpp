@@ -64,9 +64,7 @@ protected:
         // Whatever failed, the run ends with the final progress call.
         if (progress.empty() || progress.back().first != progress.back().second)
             log.Problem("the upgrade did not end with its final progress call");
-        if (end != nullptr) *end = OpCounts::Now();
-        if (point != nullptr && FaultVfs::Fired() == 0) log.Problem("the fault never fired");
-        FaultVfs::Disarm();
+        EndFaultedRun(point, end, log);
         utility->Release();
         log.Expect("ZanDB4_Finalize", ZanDB4_Finalize(), {S_OK});
     }
