@@ -52,8 +52,6 @@ public:
     // Whether the value lives on the heap; for tests.
     bool OnHeap() const { return m_data != m_inline; }
 
-    static constexpr size_t kInlineUnits = kInline;
-
 private:
     char16_t* m_data = m_inline;
     size_t m_length = 0;
